@@ -1,0 +1,41 @@
+#pragma once
+
+#include <QMutex>
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+
+class QSettings;
+
+namespace Zyn {
+namespace Services {
+
+// Typed configuration values with defaults, kept in an INI file in the
+// user's configuration folder. Thread-safe. A value that is absent or of
+// the wrong type answers the default.
+class ConfigManager {
+public:
+    explicit ConfigManager(const QString& filePath);
+    ~ConfigManager();
+
+    QString filePath() const;
+
+    bool contains(const QString& key) const;
+    QVariant getValue(const QString& key, const QVariant& defaultValue = {}) const;
+    int getInt(const QString& key, int defaultValue) const;
+    bool getBool(const QString& key, bool defaultValue) const;
+    double getDouble(const QString& key, double defaultValue) const;
+    QString getString(const QString& key, const QString& defaultValue = {}) const;
+
+    void setValue(const QString& key, const QVariant& value);
+    void remove(const QString& key);
+    void sync();
+
+private:
+    mutable QMutex m_mutex;
+    std::unique_ptr<QSettings> m_settings;
+};
+
+} // namespace Services
+} // namespace Zyn

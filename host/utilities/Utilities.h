@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QImage>
+#include <QSize>
+#include <QString>
+
+namespace Zyn {
+namespace Utilities {
+
+// The list separator of the user's locale: ";" where the decimal point is
+// ",", else ",". ZYN_LIST_SEPARATOR overrides it (one character).
+QString getListSeparatorInCurrentLocale();
+
+// text shortened to at most maxChars characters, ending in "..." when cut.
+QString getElidedText(const QString& text, int maxChars);
+
+// Loads an image, applying its EXIF orientation. A null image on failure.
+QImage loadImage(const QString& path);
+
+// A thumbnail of at most maxSize: the JPEG's embedded EXIF thumbnail when it
+// has one at least a quarter of maxSize, else a scaled decode. Null on failure.
+QImage loadThumbnail(const QString& path, const QSize& maxSize);
+
+// Folder of the host's read-only data files (share/zynphoto next to the
+// binaries); ZYN_DATA_PATH overrides it.
+QString dataDirectory();
+
+// Sets the organisation and application names, so that a default
+// QSettings is the application's store. Call once after QApplication.
+void setupApplicationIdentity();
+
+} // namespace Utilities
+} // namespace Zyn
