@@ -26,6 +26,8 @@ public:
     // An empty string (or list) when the user cancelled.
     static QString getOpenFileName(QWidget* parent, const QString& caption, const QString& directory,
                                    const QString& filter);
+    static QStringList getOpenFileNames(QWidget* parent, const QString& caption, const QString& directory,
+                                        const QString& filter);
     static QString getSaveFileName(QWidget* parent, const QString& caption, const QString& directory,
                                    const QString& filter);
     // Files and folders (folders are returned as they are; callers expand them).
