@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QImage>
+#include <QLocale>
 #include <QSize>
 #include <QString>
 
@@ -10,6 +11,8 @@ namespace Utilities {
 // The list separator of the user's locale: ";" where the decimal point is
 // ",", else ",". ZYN_LIST_SEPARATOR overrides it (one character).
 QString getListSeparatorInCurrentLocale();
+// The same rule for a given locale.
+QString getListSeparatorForLocale(const QLocale& locale);
 
 // text shortened to at most maxChars characters, ending in "..." when cut.
 QString getElidedText(const QString& text, int maxChars);
