@@ -1,5 +1,10 @@
 #pragma once
 
+#include <keelcore/Broadcaster.h>
+#include <services/ShutdownProtocol.h>
+
+#include <QString>
+
 #include <memory>
 
 namespace Zyn {
@@ -8,7 +13,7 @@ namespace Services {
 class ConfigManager;
 
 // The host's root service. GetInstance() creates it on first use.
-class ApplicationService {
+class ApplicationService : public KeelCore::Broadcaster<ShutdownProtocol> {
 public:
     static ApplicationService* GetInstance();
 
@@ -16,10 +21,19 @@ public:
     // (ZYN_CONFIG_FILE overrides the path).
     ConfigManager* GetConfigManager();
 
+    // Where GetConfigManager() keeps its file, from the environment and the
+    // user's configuration folder at the time of the call.
+    static QString defaultConfigFilePath();
+
+    // Tells the ShutdownProtocol observers, once, that the host is quitting.
+    // GUI thread only.
+    void shutdown();
+
 private:
     ApplicationService();
-    ~ApplicationService();
+    ~ApplicationService() override;
     std::unique_ptr<ConfigManager> m_config;
+    bool m_shutDown = false;
 };
 
 } // namespace Services
