@@ -66,13 +66,17 @@ protected:
     virtual BaseView* loadView();
     // Direction of the last presentation of this controller.
     int transitionDirection() const { return m_direction; }
+    // When set before the view is created, getView() does not call
+    // viewDidLoad(); the subclass calls it once its own state is built.
+    void setViewDidLoadDeferred(bool deferred);
 
 private:
     void dismissPresented(BaseViewController* controller);
     void layoutPresented();
 
     QPointer<BaseView> m_view;
-    bool m_loading = false;
+    bool m_viewCreated = false;
+    bool m_deferViewDidLoad = false;
     QPointer<BaseViewController> m_presenter;
     QList<QPointer<BaseViewController>> m_presented;
     QPointer<QObject> m_parentBeforePresent;
