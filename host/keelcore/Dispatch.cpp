@@ -6,7 +6,11 @@
 #include <QThread>
 #include <QThreadPool>
 
+#include <QMutex>
+#include <QMutexLocker>
+
 #include <atomic>
+#include <vector>
 
 namespace KeelCore {
 namespace {
@@ -23,6 +27,44 @@ QThreadPool& workerPool()
         return p;
     }();
     return *pool;
+}
+
+// GUI jobs submitted before the application object exists.
+QMutex g_earlyMutex;
+std::vector<Job>& earlyJobs()
+{
+    static std::vector<Job> jobs;
+    return jobs;
+}
+
+void postToMain(QCoreApplication* app, Job job)
+{
+    QMetaObject::invokeMethod(
+        app,
+        [job = std::move(job)]() {
+            try {
+                job();
+            } catch (...) {
+                qWarning("KeelCore: a GUI job threw an exception");
+            }
+            --g_pendingMain;
+        },
+        Qt::QueuedConnection);
+}
+
+// Runs in QCoreApplication's constructor (or at load, when it already exists).
+void flushEarlyJobs()
+{
+    QCoreApplication* app = QCoreApplication::instance();
+    if (!app)
+        return;
+    std::vector<Job> jobs;
+    {
+        QMutexLocker lock(&g_earlyMutex);
+        jobs.swap(earlyJobs());
+    }
+    for (Job& job : jobs)
+        postToMain(app, std::move(job));
 }
 
 class WorkerJob : public QRunnable {
@@ -50,23 +92,25 @@ void dispatchAsync(int qos, Job job)
     if (!job)
         return;
     if (qos == QosMainThread) {
-        QCoreApplication* app = QCoreApplication::instance();
-        if (!app)
-            return; // no GUI thread to run it on: the program is shutting down
         ++g_pendingMain;
-        QMetaObject::invokeMethod(
-            app,
-            [job = std::move(job)]() {
-                job();
-                --g_pendingMain;
-            },
-            Qt::QueuedConnection);
+        QCoreApplication* app = QCoreApplication::instance();
+        if (!app) {
+            QMutexLocker lock(&g_earlyMutex);
+            earlyJobs().push_back(std::move(job));
+            return;
+        }
+        postToMain(app, std::move(job));
         return;
     }
     ++g_pendingWorker;
     // QThreadPool runs higher priorities first.
     const int priority = qos == QosUserInitiated ? 1 : 0;
     workerPool().start(new WorkerJob(std::move(job)), priority);
+}
+
+int workerThreadCount()
+{
+    return workerPool().maxThreadCount();
 }
 
 bool isMainThread()
@@ -97,3 +141,9 @@ bool waitForIdle(int timeoutMs)
 }
 
 } // namespace KeelCore
+
+static void keelCoreFlushEarlyJobs()
+{
+    KeelCore::flushEarlyJobs();
+}
+Q_COREAPP_STARTUP_FUNCTION(keelCoreFlushEarlyJobs)

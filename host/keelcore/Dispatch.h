@@ -21,6 +21,9 @@ using Job = std::function<void()>;
 // event loop first processes events.
 void dispatchAsync(int qos, Job job);
 
+// Number of worker threads serving QoS 1 and 2.
+int workerThreadCount();
+
 // True on the thread that owns the QCoreApplication.
 bool isMainThread();
 

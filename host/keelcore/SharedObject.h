@@ -47,14 +47,21 @@ public:
     WeakRef<T> weakRef() { return WeakRef<T>(liveness(), static_cast<T*>(this)); }
 };
 
+namespace detail {
+// A token that never expires, for objects whose lifetime is not tracked.
+std::weak_ptr<SharedObjectInternal> untrackedToken();
+} // namespace detail
+
 // A weak reference to any object; objects that are SharedObjectInternal
 // are tracked, others are taken as living as long as the reference.
 template <class T>
 WeakRef<T> makeWeak(T* object)
 {
+    if (!object)
+        return WeakRef<T>();
     if (auto* shared = dynamic_cast<SharedObjectInternal*>(object))
         return WeakRef<T>(shared->liveness(), object);
-    return WeakRef<T>();
+    return WeakRef<T>(detail::untrackedToken(), object);
 }
 
 } // namespace KeelCore
