@@ -4,6 +4,7 @@
 
 #include <QPointer>
 #include <QString>
+#include <QWidget>
 
 class QLabel;
 class QToolButton;
@@ -34,6 +35,10 @@ public:
     void setTitle(const QString& title);
     bool hasBackButton() const { return m_backVisible; }
     bool hasCrossButton() const { return m_crossVisible; }
+
+    // Leaves the panel as the cross does: dismissed when it was presented,
+    // else hidden (the main view is told it disappears either way).
+    void close();
 
     void viewWillAppear() override;
     void viewDidAppear() override;
