@@ -1,0 +1,97 @@
+#include "GcpPasteFlow.h"
+
+#include <uibase/TaskDialog.h>
+
+#include <QSet>
+
+namespace Zyn {
+namespace AppGcp {
+
+using UiBase::TaskDialog;
+
+PasteOutcome GcpPasteFlow::paste(const QString& text, const QList<ColumnRole>& columnOrder,
+                                 const QStringList& existingNames, QWidget* parent)
+{
+    PasteOutcome outcome;
+    GcpCopyFormatter formatter(text, columnOrder);
+    formatter.setExistingNames(existingNames);
+
+    GcpList parsed;
+    // Each answer sets one flag, so the loop ends after at most three rounds;
+    // the bound keeps a misbehaving parse from asking forever.
+    for (int round = 0; round < 4; ++round) {
+        if (formatter.parse(parsed, outcome.status))
+            break;
+        const ParseStatus& status = outcome.status;
+        switch (status.code) {
+        case GcpCopyFormatter::StatusNoData:
+            TaskDialog::showErrorMessage(parent, tr("No GCP data have been found in the copied text. "));
+            outcome.cancelled = true;
+            return outcome;
+        case GcpCopyFormatter::StatusCannotParse:
+            TaskDialog::showErrorMessage(parent, tr("The copied text cannot be parsed correctly."),
+                                         status.message.isEmpty() ? GcpCopyFormatter::separatorAdvice()
+                                                                  : status.message);
+            outcome.cancelled = true;
+            return outcome;
+        case GcpCopyFormatter::StatusInvalidRows:
+            if (formatter.skipInvalidRows()
+                || TaskDialog::showWarningMessage(parent, tr("Rows %1 will be skipped. Continue?").arg(status.message),
+                                                  QString(), TaskDialog::YesNoButtons)
+                    != TaskDialog::Yes) {
+                outcome.cancelled = true;
+                return outcome;
+            }
+            formatter.setSkipInvalidRows(true);
+            break;
+        case GcpCopyFormatter::StatusNoHeader:
+            if (formatter.acceptWithoutHeader()
+                || TaskDialog::showWarningMessage(parent, tr("No header is found in the copied text."),
+                                                  tr("The GCP data will be pasted as is. Continue pasting anyway?"),
+                                                  TaskDialog::YesNoButtons)
+                    != TaskDialog::Yes) {
+                outcome.cancelled = true;
+                return outcome;
+            }
+            formatter.setAcceptWithoutHeader(true);
+            break;
+        case GcpCopyFormatter::StatusHeaderInvalid:
+            TaskDialog::showErrorMessage(parent, tr("Header is invalid"), status.message);
+            outcome.cancelled = true;
+            return outcome;
+        default:
+            outcome.cancelled = true;
+            return outcome;
+        }
+    }
+    if (parsed.isEmpty()) {
+        outcome.cancelled = true;
+        return outcome;
+    }
+
+    // The table keeps names unique without regard to case.
+    QSet<QString> taken;
+    for (const QString& name : existingNames)
+        taken.insert(name.trimmed().toCaseFolded());
+    for (const GcpInfo& gcp : qAsConst(parsed)) {
+        const QString key = gcp.name.trimmed().toCaseFolded();
+        if (taken.contains(key)) {
+            ++outcome.skippedExisting;
+            continue;
+        }
+        taken.insert(key);
+        outcome.gcps.append(gcp);
+    }
+    if (outcome.skippedExisting > 0)
+        TaskDialog::showWarningMessage(parent, tr("The GCPs whose names already exist in the table will be skipped."));
+    return outcome;
+}
+
+GcpList pasteGcps(const QString& text, const QList<ColumnRole>& columnOrder, const QStringList& existingNames,
+                  QWidget* parent)
+{
+    return GcpPasteFlow::paste(text, columnOrder, existingNames, parent).gcps;
+}
+
+} // namespace AppGcp
+} // namespace Zyn
