@@ -1,0 +1,161 @@
+#include <uibase/FileDialog.h>
+
+#include <QApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+#include <functional>
+
+using Zyn::UiBase::FileDialog;
+
+namespace {
+
+void onFileDialog(std::function<void(QFileDialog*)> action)
+{
+    auto* timer = new QTimer(qApp);
+    timer->setInterval(10);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, action] {
+        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        action(dialog);
+        if (dialog->isVisible())
+            dialog->reject();
+    });
+    timer->start();
+}
+
+} // namespace
+
+class TestFileDialog : public QObject {
+    Q_OBJECT
+
+    QTemporaryDir m_dir;
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_dir.isValid());
+        QVERIFY(QDir(m_dir.path()).mkdir("photos"));
+        QFile file(m_dir.filePath("a.jpg"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("x");
+    }
+    void init() { FileDialog::clearHandler(); }
+    void cleanup() { FileDialog::clearHandler(); }
+
+    void handlerAnswersEveryKind()
+    {
+        QWidget parent;
+        QList<FileDialog::Request> requests;
+        QStringList answer{"/data/one.xml", "/data/two.xml"};
+        FileDialog::setHandler([&](const FileDialog::Request& request) {
+            requests << request;
+            return answer;
+        });
+        QCOMPARE(FileDialog::getOpenFileName(&parent, "Open File", "/data", "Survey (*.xml)"),
+                 QStringLiteral("/data/one.xml"));
+        QCOMPARE(FileDialog::getSaveFileName(nullptr, "Save", "/out", "Survey (*.xml)"),
+                 QStringLiteral("/data/one.xml"));
+        QCOMPARE(FileDialog::getOpenFilesAndFolders(nullptr, "Add", "/photos", "Images (*.jpg)"), answer);
+        QCOMPARE(FileDialog::getOpenFileNames(nullptr, "Add", "/photos", "Images (*.jpg)"), answer);
+        QCOMPARE(requests.size(), 4);
+        QCOMPARE(requests[0].mode, FileDialog::OpenFile);
+        QCOMPARE(requests[0].caption, QStringLiteral("Open File"));
+        QCOMPARE(requests[0].directory, QStringLiteral("/data"));
+        QCOMPARE(requests[0].filter, QStringLiteral("Survey (*.xml)"));
+        QCOMPARE(requests[0].parent, &parent);
+        QCOMPARE(requests[1].mode, FileDialog::SaveFile);
+        QCOMPARE(requests[2].mode, FileDialog::OpenFilesAndFolders);
+        QCOMPARE(requests[3].mode, FileDialog::OpenFiles);
+
+        answer.clear(); // cancelled
+        QVERIFY(FileDialog::getOpenFileName(nullptr, "Open", "/", "*").isNull());
+        QVERIFY(FileDialog::getOpenFilesAndFolders(nullptr, "Open", "/", "*").isEmpty());
+        QVERIFY(qApp->findChildren<QFileDialog*>().isEmpty());
+    }
+
+    void userPicksAFileAndAFolderTogether()
+    {
+        bool nonNative = false;
+        onFileDialog([&](QFileDialog* dialog) {
+            nonNative = dialog->testOption(QFileDialog::DontUseNativeDialog);
+            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+            auto* choose = dialog->findChild<QPushButton*>("choose_selection_button");
+            if (!name || !choose)
+                return;
+            QTest::keyClicks(name, "\"a.jpg\" \"photos\"");
+            QTest::mouseClick(choose, Qt::LeftButton);
+        });
+        const QStringList chosen =
+            FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", m_dir.path(), "Images (*.jpg)");
+        QVERIFY(nonNative);
+        QCOMPARE(chosen, (QStringList{m_dir.filePath("a.jpg"), m_dir.filePath("photos")}));
+    }
+
+    void chooseWithoutSelectionTakesTheShownFolder()
+    {
+        onFileDialog([](QFileDialog* dialog) {
+            if (auto* choose = dialog->findChild<QPushButton*>("choose_selection_button"))
+                QTest::mouseClick(choose, Qt::LeftButton);
+        });
+        const QString photos = m_dir.filePath("photos");
+        QCOMPARE(FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", photos, QString()),
+                 QStringList{photos});
+    }
+
+    void missingNameKeepsTheDialogOpen()
+    {
+        bool stillOpen = false;
+        onFileDialog([&](QFileDialog* dialog) {
+            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+            auto* choose = dialog->findChild<QPushButton*>("choose_selection_button");
+            if (!name || !choose)
+                return;
+            QTest::keyClicks(name, "nothing-here.jpg");
+            QTest::mouseClick(choose, Qt::LeftButton);
+            stillOpen = dialog->isVisible();
+            dialog->reject(); // the user gives up
+        });
+        QVERIFY(FileDialog::getOpenFilesAndFolders(nullptr, "Add", m_dir.path(), QString()).isEmpty());
+        QVERIFY(stillOpen);
+    }
+
+    void openFileAcceptsTheTypedFile()
+    {
+        onFileDialog([](QFileDialog* dialog) {
+            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+            if (!name)
+                return;
+            QTest::keyClicks(name, "a.jpg");
+            QTest::keyClick(name, Qt::Key_Return);
+        });
+        QCOMPARE(FileDialog::getOpenFileName(nullptr, "Open File", m_dir.path(), "Images (*.jpg)"),
+                 m_dir.filePath("a.jpg"));
+    }
+
+    void saveAddsTheFiltersSuffix()
+    {
+        onFileDialog([](QFileDialog* dialog) {
+            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+            if (!name)
+                return;
+            QTest::keyClicks(name, "survey");
+            QTest::keyClick(name, Qt::Key_Return);
+        });
+        QCOMPARE(FileDialog::getSaveFileName(nullptr, "Save", m_dir.path(), "Survey files (*.xml);;All files (*)"),
+                 m_dir.filePath("survey.xml"));
+    }
+};
+
+QTEST_MAIN(TestFileDialog)
+#include "tst_filedialog.moc"

@@ -1,0 +1,195 @@
+#include <uibase/TaskDialog.h>
+
+#include <QApplication>
+#include <QDialog>
+#include <QLabel>
+#include <QPushButton>
+#include <QTimer>
+#include <QtTest>
+
+#include <functional>
+
+using Zyn::UiBase::TaskDialog;
+
+namespace {
+
+// Runs action on the next modal dialog once it is on screen. The action
+// must close the dialog; if it cannot, the dialog is rejected so the test
+// never hangs.
+void onModalDialog(std::function<void(QDialog*)> action)
+{
+    auto* timer = new QTimer(qApp);
+    timer->setInterval(10);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, action] {
+        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+        if (!dialog || !dialog->isVisible())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        action(dialog);
+        if (dialog->isVisible())
+            dialog->reject();
+    });
+    timer->start();
+}
+
+bool clickButton(QDialog* dialog, const QString& objectName)
+{
+    auto* button = dialog->findChild<QPushButton*>(objectName);
+    if (!button || !button->isVisible())
+        return false;
+    QTest::mouseClick(button, Qt::LeftButton);
+    return true;
+}
+
+QStringList buttonNames(QDialog* dialog)
+{
+    QStringList names;
+    const QList<QPushButton*> buttons = dialog->findChildren<QPushButton*>();
+    for (QPushButton* button : buttons)
+        names << button->objectName();
+    names.sort();
+    return names;
+}
+
+} // namespace
+
+class TestTaskDialog : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init() { TaskDialog::clearHandler(); }
+    void cleanup() { TaskDialog::clearHandler(); }
+
+    void handlerReceivesTheRequestAndAnswers()
+    {
+        QWidget parent;
+        QList<TaskDialog::Request> requests;
+        TaskDialog::setHandler([&requests](const TaskDialog::Request& request) {
+            requests << request;
+            return int(TaskDialog::IconButtonResult);
+        });
+        const QList<TaskDialog::IconButton> icons{
+            {":/resources/images/sys_message_box_button_yes.png", "Continue"}};
+        const int result = TaskDialog::showWarningMessage(&parent, "Some photos do not have GPS data",
+                                                          "The output will not be geolocated.",
+                                                          TaskDialog::IconButtonsOnly, icons);
+        QCOMPARE(result, int(TaskDialog::IconButtonResult));
+        QCOMPARE(requests.size(), 1);
+        const TaskDialog::Request& r = requests.first();
+        QCOMPARE(r.kind, TaskDialog::Warning);
+        QCOMPARE(r.mainText, QStringLiteral("Some photos do not have GPS data"));
+        QCOMPARE(r.secondaryText, QStringLiteral("The output will not be geolocated."));
+        QCOMPARE(r.buttonSet, 5);
+        QCOMPARE(r.iconButtons.size(), 1);
+        QCOMPARE(r.iconButtons.first().icon, QStringLiteral(":/resources/images/sys_message_box_button_yes.png"));
+        QCOMPARE(r.iconButtons.first().label, QStringLiteral("Continue"));
+        QCOMPARE(r.parent.data(), &parent);
+
+        TaskDialog::setHandler([](const TaskDialog::Request& request) {
+            return request.kind == TaskDialog::Error ? int(TaskDialog::No) : int(TaskDialog::Rejected);
+        });
+        QCOMPARE(TaskDialog::showErrorMessage(nullptr, "Bad name"), int(TaskDialog::No));
+        // No dialog was ever created.
+        QVERIFY(qApp->findChildren<QDialog*>().isEmpty());
+        QVERIFY(parent.findChildren<QDialog*>().isEmpty());
+    }
+
+    void realDialogShowsTheRequestAndAnswersTheClickedIconButton()
+    {
+        QWidget parent;
+        parent.show();
+        QString mainText;
+        QString secondaryText;
+        bool mainBold = false;
+        QStringList names;
+        QWidget* dialogParent = nullptr;
+        bool clicked = false;
+        onModalDialog([&](QDialog* dialog) {
+            mainText = dialog->findChild<QLabel*>("main_text_label")->text();
+            mainBold = dialog->findChild<QLabel*>("main_text_label")->font().bold();
+            secondaryText = dialog->findChild<QLabel*>("secondary_text_label")->text();
+            names = buttonNames(dialog);
+            dialogParent = dialog->parentWidget();
+            clicked = clickButton(dialog, "icon_button_1");
+        });
+        const int result = TaskDialog::showWarningMessage(
+            &parent, "Some photos do not have GPS data", "The output will not be geolocated.",
+            TaskDialog::IconButtonsOnly,
+            {{":/resources/images/sys_message_box_button_yes.png", "Continue"}, {QString(), "Stop"}});
+        QVERIFY(clicked);
+        QCOMPARE(result, TaskDialog::IconButtonResult + 1);
+        QCOMPARE(mainText, QStringLiteral("Some photos do not have GPS data"));
+        QVERIFY(mainBold);
+        QCOMPARE(secondaryText, QStringLiteral("The output will not be geolocated."));
+        QCOMPARE(names, (QStringList{"icon_button_0", "icon_button_1"}));
+        QCOMPARE(dialogParent, &parent);
+        // The dialog is gone once answered.
+        QVERIFY(parent.findChildren<QDialog*>().isEmpty());
+    }
+
+    void buttonSetsAnswerTheirButton_data()
+    {
+        QTest::addColumn<int>("buttonSet");
+        QTest::addColumn<QString>("click");
+        QTest::addColumn<QStringList>("buttons");
+        QTest::addColumn<int>("expected");
+        QTest::newRow("ok") << int(TaskDialog::OkButton) << "ok_button" << QStringList{"ok_button"}
+                            << int(TaskDialog::Ok);
+        QTest::newRow("cancel") << int(TaskDialog::OkCancelButtons) << "cancel_button"
+                                << QStringList{"cancel_button", "ok_button"} << int(TaskDialog::Cancel);
+        QTest::newRow("yes") << int(TaskDialog::YesNoButtons) << "yes_button"
+                             << QStringList{"no_button", "yes_button"} << int(TaskDialog::Yes);
+        QTest::newRow("no") << int(TaskDialog::YesNoCancelButtons) << "no_button"
+                            << QStringList{"cancel_button", "no_button", "yes_button"} << int(TaskDialog::No);
+        // Without icon buttons the dialog still offers a way out.
+        QTest::newRow("nothing to click") << int(TaskDialog::IconButtonsOnly) << "ok_button"
+                                          << QStringList{"ok_button"} << int(TaskDialog::Ok);
+    }
+    void buttonSetsAnswerTheirButton()
+    {
+        QFETCH(int, buttonSet);
+        QFETCH(QString, click);
+        QFETCH(QStringList, buttons);
+        QFETCH(int, expected);
+        QStringList names;
+        bool secondaryVisible = true;
+        onModalDialog([&](QDialog* dialog) {
+            names = buttonNames(dialog);
+            secondaryVisible = dialog->findChild<QLabel*>("secondary_text_label")->isVisible();
+            clickButton(dialog, click);
+        });
+        const int result = TaskDialog::showErrorMessage(nullptr, "Enter a project name.", QString(), buttonSet);
+        QCOMPARE(names, buttons);
+        QVERIFY(!secondaryVisible);
+        QCOMPARE(result, expected);
+    }
+
+    void escapeRejects()
+    {
+        onModalDialog([](QDialog* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+        QCOMPARE(TaskDialog::showErrorMessage(nullptr, "Main", "Second", TaskDialog::YesNoButtons),
+                 int(TaskDialog::Rejected));
+    }
+
+    void parentDestroyedWhileOpen()
+    {
+        auto* parent = new QWidget;
+        parent->show();
+        onModalDialog([parent](QDialog*) { delete parent; });
+        QCOMPARE(TaskDialog::showWarningMessage(parent, "Main"), int(TaskDialog::Rejected));
+    }
+
+    void noDialogOffTheGuiThread()
+    {
+        int result = -1;
+        QThread* thread = QThread::create([&result] { result = TaskDialog::showErrorMessage(nullptr, "Main"); });
+        thread->start();
+        QVERIFY(thread->wait(10000));
+        delete thread;
+        QCOMPARE(result, int(TaskDialog::Rejected));
+    }
+};
+
+QTEST_MAIN(TestTaskDialog)
+#include "tst_taskdialog.moc"
