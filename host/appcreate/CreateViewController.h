@@ -88,6 +88,9 @@ public:
     // onCreateButtonClicked and getCoordSysFromLastImage).
     void showFlyout();
 
+    // Presents through the PresentViewProtocol delegate when there is one.
+    void presentViewController(UiBase::BaseViewController* controller, int direction) override;
+
     void onShutdown() override;
 
 signals:
