@@ -44,6 +44,10 @@ public:
 
     void refreshProjects();
 
+    // Also makes the dashboard the presenter of what a panel's main view
+    // presents (its PresentViewProtocol delegate).
+    void presentViewController(UiBase::BaseViewController* controller, int direction) override;
+
     void presentView(UiBase::BaseViewController* controller, int direction) override;
     void dismissView(UiBase::BaseViewController* controller) override;
 
