@@ -1,0 +1,107 @@
+#include <spatialreference/ProjContext.h>
+#include <spatialreference/SpatialReference.h>
+
+#include <QFile>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace SpatialReference;
+
+// PROJ reads its data directory from the environment when a context is
+// created, so each case points the environment somewhere and starts this
+// thread's PROJ state afresh.
+class TestSpatialReferenceDatabase : public QObject {
+    Q_OBJECT
+
+private slots:
+    void init();
+    void cleanupTestCase();
+    void missingDatabase();
+    void corruptDatabase();
+    void recoversWhenDatabaseReturns();
+
+private:
+    void useDataDirectory(const QString& dir);
+    void expectDatabaseError();
+
+    QTemporaryDir m_dir;
+};
+
+void TestSpatialReferenceDatabase::init()
+{
+    QVERIFY(m_dir.isValid());
+}
+
+void TestSpatialReferenceDatabase::cleanupTestCase()
+{
+    qunsetenv("PROJ_DATA");
+    qunsetenv("PROJ_LIB");
+    Proj::resetThreadState();
+}
+
+void TestSpatialReferenceDatabase::useDataDirectory(const QString& dir)
+{
+    qputenv("PROJ_DATA", QFile::encodeName(dir));
+    qputenv("PROJ_LIB", QFile::encodeName(dir));
+    Proj::resetThreadState();
+}
+
+void TestSpatialReferenceDatabase::expectDatabaseError()
+{
+    QCOMPARE(databasePath(), QString());
+    DefinitionArray* array = reinterpret_cast<DefinitionArray*>(0x1);
+    int calls = 0;
+    const Status status = CoordinateReferenceSystemDefinition::LoadAll(&array, [&calls](CoordinateReferenceSystemDefinition*, bool&) {
+        ++calls;
+        return Success;
+    });
+    QCOMPARE(status, DatabaseError);
+    QCOMPARE(array, nullptr);
+    QCOMPARE(calls, 0);
+
+    // Everything else degrades quietly too.
+    QVERIFY(!CoordinateReferenceSystemDefinition::Create("EPSG:32633"));
+    CoordinateReferenceSystemDefinition* ll84 = CoordinateReferenceSystemDefinition::Create("LL84");
+    QVERIFY(ll84); // built in, needs no database
+    QCOMPARE(ll84->wkt(), QString());
+    ll84->Destroy();
+    wchar_t buffer[16];
+    QCOMPARE(FormatConverter::IdToId_s(0, L"EPSG:32633", 1, buffer, 16), Success);
+    QCOMPARE(QString::fromWCharArray(buffer), QString("32633"));
+}
+
+void TestSpatialReferenceDatabase::missingDatabase()
+{
+    const QString empty = m_dir.filePath("empty");
+    QVERIFY(QDir().mkpath(empty));
+    useDataDirectory(empty);
+    expectDatabaseError();
+}
+
+void TestSpatialReferenceDatabase::corruptDatabase()
+{
+    const QString bad = m_dir.filePath("bad");
+    QVERIFY(QDir().mkpath(bad));
+    QFile file(bad + "/proj.db");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(QByteArray(4096, '\x5a'));
+    file.close();
+    useDataDirectory(bad);
+    expectDatabaseError();
+    QCOMPARE(file.size(), qint64(4096)); // read, never written
+}
+
+void TestSpatialReferenceDatabase::recoversWhenDatabaseReturns()
+{
+    qunsetenv("PROJ_DATA");
+    qunsetenv("PROJ_LIB");
+    Proj::resetThreadState();
+    QVERIFY(!databasePath().isEmpty());
+    DefinitionArray* array = nullptr;
+    QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array), Success);
+    QVERIFY(array && array->GetCount() > 5000);
+    array->Destroy();
+}
+
+QTEST_GUILESS_MAIN(TestSpatialReferenceDatabase)
+#include "tst_spatialreference_database.moc"
