@@ -1,0 +1,473 @@
+#include <gcp/model/GcpCopyFormatter.h>
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <cmath>
+#include <limits>
+
+using namespace Zyn::AppGcp;
+
+Q_DECLARE_METATYPE(Zyn::AppGcp::ColumnRole)
+Q_DECLARE_METATYPE(QList<Zyn::AppGcp::ColumnRole>)
+
+namespace {
+
+// Field splitting done with the field and trimming patterns themselves,
+// the yardstick for the hand-written tokenizer.
+QStringList patternTokenize(const QString& line, QChar separator)
+{
+    const QRegularExpression field(QStringLiteral("('.*?'|\".*?\"|[^\\%1\\t]+)").arg(separator));
+    const QRegularExpression strip(QStringLiteral("^[\\s\"']+|[\"'\\s]+$"));
+    QStringList out;
+    auto it = field.globalMatch(line);
+    while (it.hasNext()) {
+        const QString match = it.next().captured(0);
+        if (match.trimmed().isEmpty()) {
+            out << match;
+            continue;
+        }
+        QString cleaned = match;
+        cleaned.remove(strip);
+        if (!cleaned.isEmpty())
+            out << cleaned;
+    }
+    return out;
+}
+
+struct Parsed {
+    bool ok = false;
+    ParseStatus status;
+    GcpList gcps;
+};
+
+Parsed parseOnce(GcpCopyFormatter& formatter)
+{
+    Parsed p;
+    p.ok = formatter.parse(p.gcps, p.status);
+    return p;
+}
+
+QString describe(const GcpInfo& g)
+{
+    return QStringLiteral("%1 %2 %3 %4 %5")
+        .arg(g.name)
+        .arg(g.coord1, 0, 'g', 17)
+        .arg(g.coord2, 0, 'g', 17)
+        .arg(g.coord3, 0, 'g', 17)
+        .arg(g.checkpoint ? "cp" : "-");
+}
+
+QStringList describeAll(const GcpList& gcps)
+{
+    QStringList out;
+    for (const GcpInfo& g : gcps)
+        out << describe(g);
+    return out;
+}
+
+} // namespace
+
+class TestGcpCopyFormatter : public QObject {
+    Q_OBJECT
+
+    QByteArray m_shippedData;
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        m_shippedData = qgetenv("ZYN_DATA_PATH");
+        QVERIFY2(QFile::exists(QString::fromLocal8Bit(m_shippedData) + "/zynphoto_gcp.cfg"),
+                 "the build did not install zynphoto_gcp.cfg in the data folder");
+    }
+
+    void init()
+    {
+        qputenv("ZYN_LIST_SEPARATOR", ",");
+        qputenv("ZYN_DATA_PATH", m_shippedData);
+        QLocale::setDefault(QLocale::c());
+    }
+
+    void cleanup()
+    {
+        qunsetenv("ZYN_LIST_SEPARATOR");
+        qputenv("ZYN_DATA_PATH", m_shippedData);
+        QLocale::setDefault(QLocale::c());
+    }
+
+    void tokenizerMatchesThePattern()
+    {
+        const QString alphabet = QStringLiteral("ab1.,;\t \"'-\u00a0\u00e9");
+        QRandomGenerator rng(7);
+        for (QChar separator : {QChar(','), QChar(';')}) {
+            for (int round = 0; round < 3000; ++round) {
+                QString line;
+                const int length = int(rng.bounded(14));
+                for (int i = 0; i < length; ++i)
+                    line += alphabet.at(int(rng.bounded(alphabet.size())));
+                QCOMPARE(GcpCopyFormatter::tokenizeLine(line, separator), patternTokenize(line, separator));
+            }
+        }
+        // Quotes-only fields vanish and shift what follows.
+        QCOMPARE(GcpCopyFormatter::tokenizeLine("A\t\"\"\t1\t2", ','), (QStringList{"A", "1", "2"}));
+        QCOMPARE(GcpCopyFormatter::tokenizeLine("\"x,y\",1", ','), (QStringList{"x,y", "1"}));
+        QCOMPARE(GcpCopyFormatter::tokenizeLine("a\t \tb", ','), (QStringList{"a", " ", "b"}));
+    }
+
+    void headerIsFound_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("NAME X Y Z") << "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\n" << QStringList{"GCP1 100 200 300 -"};
+        QTest::newRow("units, BOM, CRLF, trailing separator")
+            << QStringLiteral("\ufeffLabel\tEasting (m)\tNorthing [m]\tElevation (m)\t\r\nA1\t5.5\t6\t7\t\r\n")
+            << QStringList{"A1 5.5 6 7 -"};
+        QTest::newRow("columns in another order, extra columns")
+            << "Code\tN\tE\tGCP Label\tH\tAccuracy\tCheck\nk\t2\t1\tP1\t3\t0.01\ttrue\nk\t5\t4\tP2\t6\t0.02\tfalse\n"
+            << QStringList{"P1 1 2 3 cp", "P2 4 5 6 -"};
+        QTest::newRow("title line above the header")
+            << "Survey of 2024-05-01\nPoint Name,Lat,Long,Ellipsoidal height\n\"North, gate\",47.5,8.25,401.5\n"
+            << QStringList{"North, gate 8.25 47.5 401.5 -"};
+        QTest::newRow("no name column: default names")
+            << "x\ty\tz\n1\t2\t3\n4\t5\t6\n" << QStringList{"GCP1 1 2 3 -", "GCP2 4 5 6 -"};
+        QTest::newRow("two coordinates suffice") << "id,x,y\nA,1,2\n" << QStringList{"A 1 2 0 -"};
+        QTest::newRow("blank lines between rows") << "\n\nname\tx\ty\tz\n\n \nA\t1\t2\t3\n\n" << QStringList{"A 1 2 3 -"};
+    }
+
+    void headerIsFound()
+    {
+        QFETCH(QString, text);
+        QFETCH(QStringList, expected);
+        GcpCopyFormatter formatter(text);
+        const Parsed p = parseOnce(formatter);
+        QVERIFY2(p.ok, qPrintable(QStringLiteral("%1 %2").arg(p.status.code).arg(p.status.message)));
+        QVERIFY(formatter.headerFound());
+        QCOMPARE(p.status.code, 0);
+        QCOMPARE(describeAll(p.gcps), expected);
+    }
+
+    void invalidRows_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<QStringList>("kept");
+        QTest::newRow("invalid data") << "NAME\tX\tY\tZ\nP1\t1\t2\t3\nP7\tabc\t2\t3\n"
+                                      << "containing invalid data" << QStringList{"P1 1 2 3 -"};
+        QTest::newRow("too short for coordinates") << "NAME\tX\tY\tZ\nP1\t1\t2\nP2\t4\t5\t6\n"
+                                                   << "without valid coordinates" << QStringList{"P2 4 5 6 -"};
+        QTest::newRow("too short for the name") << "X\tY\tZ\tName\n1\t2\t3\n4\t5\t6\tP2\n"
+                                                << "without a valid GCP name" << QStringList{"P2 4 5 6 -"};
+        QTest::newRow("blank cell shifts the row") << "Name\tX\tY\tZ\nP1\t\t2\t3\nP2\t4\t5\t6\n"
+                                                   << "without valid coordinates" << QStringList{"P2 4 5 6 -"};
+        QTest::newRow("blank name") << "Name\tX\tY\tZ\n \t1\t2\t3\nP2\t4\t5\t6\n"
+                                    << "without a valid GCP name" << QStringList{"P2 4 5 6 -"};
+    }
+
+    void invalidRows()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, reason);
+        QFETCH(QStringList, kept);
+        GcpCopyFormatter formatter(text);
+        Parsed p = parseOnce(formatter);
+        QVERIFY(!p.ok);
+        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusInvalidRows));
+        QCOMPARE(p.status.message, reason);
+        QVERIFY(p.gcps.isEmpty());
+
+        formatter.setSkipInvalidRows(true);
+        p = parseOnce(formatter);
+        QVERIFY(p.ok);
+        QCOMPARE(p.status.code, 0);
+        QCOMPARE(describeAll(p.gcps), kept);
+    }
+
+    void everyRowInvalidIsNoData()
+    {
+        GcpCopyFormatter formatter("Name\tX\tY\tZ\nA\tq\tr\ts\n");
+        formatter.setSkipInvalidRows(true);
+        const Parsed p = parseOnce(formatter);
+        QVERIFY(!p.ok);
+        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusNoData));
+    }
+
+    void noData_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("empty") << "";
+        QTest::newRow("blank lines") << "\n\n\n";
+        QTest::newRow("blank CRLF lines with spaces") << "\r\n  \r\n\t\r\n";
+        QTest::newRow("separators only") << ",,,\n\t\t\n";
+        QTest::newRow("header only") << "Name\tX\tY\tZ\n";
+    }
+
+    void noData()
+    {
+        QFETCH(QString, text);
+        GcpCopyFormatter formatter(text);
+        const Parsed p = parseOnce(formatter);
+        QVERIFY(!p.ok);
+        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusNoData));
+    }
+
+    void headerless_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QStringList>("existing");
+        QTest::addColumn<QStringList>("expected");
+        QTest::newRow("name and coordinates") << "P1\t1\t2\t3\nP2\t4\t5\t6" << QStringList{}
+                                              << QStringList{"P1 1 2 3 -", "P2 4 5 6 -"};
+        QTest::newRow("numeric point numbers") << "101,10.5,20.5,30.5\n102,11,21,31" << QStringList{}
+                                               << QStringList{"101 10.5 20.5 30.5 -", "102 11 21 31 -"};
+        QTest::newRow("coordinates only, names avoid the table") << "1\t2\t3\n4\t5\t6" << QStringList{"gcp1", "GCP3"}
+                                                                  << QStringList{"GCP2 1 2 3 -", "GCP4 4 5 6 -"};
+        QTest::newRow("checkpoint column") << "A\t1\t2\t3\tTRUE\nB\t4\t5\t6\tfalse" << QStringList{}
+                                           << QStringList{"A 1 2 3 cp", "B 4 5 6 -"};
+        QTest::newRow("text columns before, extra after")
+            << "A\tcode\t1\t2\t3\t0.01\t0.02\nB\tcode\t4\t5\t6\t0.01\t0.02" << QStringList{}
+            << QStringList{"A 1 2 3 -", "B 4 5 6 -"};
+        QTest::newRow("unrecognised header line is not data")
+            << "Punkt\tRechtswert\tHochwert\tHoehe\nA\t1\t2\t3" << QStringList{} << QStringList{"A 1 2 3 -"};
+    }
+
+    void headerless()
+    {
+        QFETCH(QString, text);
+        QFETCH(QStringList, existing);
+        QFETCH(QStringList, expected);
+        GcpCopyFormatter formatter(text);
+        formatter.setExistingNames(existing);
+        Parsed p = parseOnce(formatter);
+        QVERIFY(!p.ok);
+        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusNoHeader));
+        QVERIFY(!formatter.headerFound());
+
+        formatter.setAcceptWithoutHeader(true);
+        p = parseOnce(formatter);
+        QVERIFY2(p.ok, qPrintable(QStringLiteral("%1 %2").arg(p.status.code).arg(p.status.message)));
+        QCOMPARE(describeAll(p.gcps), expected);
+    }
+
+    // Headerless coordinates follow the order of the table's columns.
+    void headerlessFollowsColumnOrder()
+    {
+        GcpCopyFormatter formatter("P1\t1\t2\t3", {NameRole, Coord2Role, Coord1Role, Coord3Role, CheckpointRole});
+        formatter.setAcceptWithoutHeader(true);
+        const Parsed p = parseOnce(formatter);
+        QVERIFY(p.ok);
+        QCOMPARE(describeAll(p.gcps), QStringList{"P1 2 1 3 -"});
+    }
+
+    void headerlessInvalidThenSkipped()
+    {
+        GcpCopyFormatter formatter("P1\t1\t2\t3\nP2\t4\t5\t6\nP7\tabc\t2\t3");
+        formatter.setAcceptWithoutHeader(true);
+        Parsed p = parseOnce(formatter);
+        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusInvalidRows));
+        QCOMPARE(p.status.message, QStringLiteral("containing invalid data"));
+        formatter.setSkipInvalidRows(true);
+        p = parseOnce(formatter);
+        QCOMPARE(describeAll(p.gcps), (QStringList{"P1 1 2 3 -", "P2 4 5 6 -"}));
+    }
+
+    void cannotParseOrInvalidHeader()
+    {
+        // One field per line: not split at all.
+        GcpCopyFormatter single("P1;1;2;3\nP2;4;5;6");
+        Parsed p = parseOnce(single);
+        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusCannotParse));
+        QCOMPARE(p.status.message, QStringLiteral("Please make sure all row data are tab-separated or comma-separated."));
+
+        // Split, but no run of numeric columns to take coordinates from.
+        GcpCopyFormatter words("alpha\tbeta\tgamma\ndelta\tepsilon\t1");
+        p = parseOnce(words);
+        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusHeaderInvalid));
+        QCOMPARE(p.status.message, QStringLiteral("Please make sure all row data are tab-separated or comma-separated."));
+        // The flags do not turn a failed inference into records.
+        words.setAcceptWithoutHeader(true);
+        words.setSkipInvalidRows(true);
+        p = parseOnce(words);
+        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusHeaderInvalid));
+    }
+
+    void separatorAdviceFollowsLocale()
+    {
+        qputenv("ZYN_LIST_SEPARATOR", ";");
+        QCOMPARE(GcpCopyFormatter::separatorAdvice(),
+                 QStringLiteral("Please make sure all row data are tab-separated or semicolon-separated."));
+        qputenv("ZYN_LIST_SEPARATOR", "|");
+        QCOMPARE(GcpCopyFormatter::separatorAdvice(), QStringLiteral("Please make sure all row data are tab-separated."));
+    }
+
+    void separatorModes()
+    {
+        // Comma mode: a quoted comma stays in its field, semicolons do not split.
+        GcpCopyFormatter comma("Name,X,Y,Z\n\"A,1\",1,2,3\n");
+        Parsed p = parseOnce(comma);
+        QVERIFY(p.ok);
+        QVERIFY(!comma.semicolonMode());
+        QCOMPARE(comma.fieldPattern(), QStringLiteral("('.*?'|\".*?\"|[^\\,\\t]+)"));
+        QCOMPARE(describeAll(p.gcps), QStringList{"A,1 1 2 3 -"});
+
+        // Semicolon mode with decimal commas from the user's locale.
+        qputenv("ZYN_LIST_SEPARATOR", ";");
+        QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+        GcpCopyFormatter semicolon("Name;X;Y;Z\n'A;1';1,5;2,25;3\n");
+        p = parseOnce(semicolon);
+        QVERIFY2(p.ok, qPrintable(p.status.message));
+        QVERIFY(semicolon.semicolonMode());
+        QCOMPARE(semicolon.fieldPattern(), QStringLiteral("('.*?'|\".*?\"|[^\\;\\t]+)"));
+        QCOMPARE(describeAll(p.gcps), QStringList{"A;1 1.5 2.25 3 -"});
+    }
+
+    void synonymFile()
+    {
+        QTemporaryDir dir;
+        const auto writeFile = [&](const QString& name, const QByteArray& bytes) {
+            QFile f(dir.filePath(name));
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write(bytes);
+        };
+        writeFile("partial.cfg", "<cfg><headers><gcpname><group><name>Punkt</name></group></gcpname>"
+                                 "<coord1><name>RW</name></coord1><coord2><name>HW</name></coord2></headers></cfg>");
+        writeFile("broken.cfg", "<cfg><headers><gcpname><name>x</name>");
+        writeFile("noheaders.cfg", "<cfg><other/></cfg>");
+
+        const HeaderSynonyms builtIn = GcpCopyFormatter::builtInHeaderSynonyms();
+        QCOMPARE(builtIn.value(NameRole), (QStringList{"gcp", "pointname", "point", "id", "name"}));
+        QCOMPARE(builtIn.value(Coord1Role), (QStringList{"longitude", "long", "lng", "easting", "coord1", "x"}));
+        QCOMPARE(builtIn.value(Coord2Role), (QStringList{"latitude", "lat", "northing", "coord2", "y"}));
+        QCOMPARE(builtIn.value(Coord3Role), (QStringList{"altitude", "alt", "elevation", "coord3", "z"}));
+        QCOMPARE(builtIn.value(CheckpointRole), (QStringList{"checkpoints", "checkpoint"}));
+
+        QCOMPARE(GcpCopyFormatter::loadHeaderSynonyms(dir.filePath("missing.cfg")), builtIn);
+        QCOMPARE(GcpCopyFormatter::loadHeaderSynonyms(dir.filePath("broken.cfg")), builtIn);
+        QCOMPARE(GcpCopyFormatter::loadHeaderSynonyms(dir.filePath("noheaders.cfg")), builtIn);
+
+        const HeaderSynonyms partial = GcpCopyFormatter::loadHeaderSynonyms(dir.filePath("partial.cfg"));
+        QCOMPARE(partial.value(NameRole), QStringList{"Punkt"});
+        QCOMPARE(partial.value(Coord1Role), QStringList{"RW"});
+        QVERIFY(partial.value(Coord3Role).isEmpty());
+        QVERIFY(partial.value(CheckpointRole).isEmpty());
+
+        // Only the file's lists apply when it loads.
+        qputenv("ZYN_DATA_PATH", QFile::encodeName(dir.path()));
+        QFile::copy(dir.filePath("partial.cfg"), dir.filePath("zynphoto_gcp.cfg"));
+        GcpCopyFormatter custom("Punkt\tRW\tHW\nA\t1\t2\n");
+        Parsed p = parseOnce(custom);
+        QVERIFY(p.ok);
+        QCOMPARE(describeAll(p.gcps), QStringList{"A 1 2 0 -"});
+        GcpCopyFormatter standard("Name\tX\tY\tZ\nA\t1\t2\t3\n");
+        QCOMPARE(parseOnce(standard).status.code, int(GcpCopyFormatter::StatusNoHeader));
+
+        // Without the file, the built-in lists are used.
+        QFile::remove(dir.filePath("zynphoto_gcp.cfg"));
+        GcpCopyFormatter fallback("Name\tX\tY\tZ\nA\t1\t2\t3\n");
+        QVERIFY(parseOnce(fallback).ok);
+    }
+
+    void shippedFileKnowsSurveyHeaders()
+    {
+        const HeaderSynonyms shipped = GcpCopyFormatter::loadHeaderSynonyms();
+        const auto knows = [&](ColumnRole role, const QString& header) {
+            const QString n = GcpCopyFormatter::normalizeHeader(header);
+            for (const QString& s : shipped.value(role)) {
+                if (GcpCopyFormatter::normalizeHeader(s) == n)
+                    return true;
+            }
+            return false;
+        };
+        for (const QString& h : {"GCP Name", "Label", "GCP Label", "Point", "name", "id"})
+            QVERIFY2(knows(NameRole, h), qPrintable(h));
+        for (const QString& h : {"X", "E", "Easting", "Longitude", "long"})
+            QVERIFY2(knows(Coord1Role, h), qPrintable(h));
+        for (const QString& h : {"Y", "N", "Northing", "Latitude", "lat"})
+            QVERIFY2(knows(Coord2Role, h), qPrintable(h));
+        for (const QString& h : {"Z", "H", "Elevation (m)", "Ellipsoidal height", "Altitude"})
+            QVERIFY2(knows(Coord3Role, h), qPrintable(h));
+        QVERIFY(knows(CheckpointRole, "Checkpoint"));
+    }
+
+    // Copying rows and pasting them back gives the same records, whatever
+    // the names and values, in both separator modes and column orders.
+    void copyPasteRoundTrip_data()
+    {
+        QTest::addColumn<QByteArray>("separator");
+        QTest::addColumn<QList<ColumnRole>>("order");
+        QTest::addColumn<QStringList>("titles");
+        const QList<ColumnRole> standard{NameRole, Coord1Role, Coord2Role, Coord3Role, CheckpointRole};
+        QTest::newRow("projected, comma") << QByteArray(",") << standard
+                                          << QStringList{"GCP Name", "X", "Y", "Z", "Checkpoint"};
+        QTest::newRow("geographic, semicolon") << QByteArray(";") << standard
+                                               << QStringList{"GCP Name", "Longitude", "Latitude", "Altitude",
+                                                              "Checkpoint"};
+        QTest::newRow("reordered") << QByteArray(",")
+                                   << QList<ColumnRole>{Coord2Role, NameRole, CheckpointRole, Coord3Role, Coord1Role}
+                                   << QStringList{"Y", "GCP Name", "Checkpoint", "Z", "X"};
+    }
+
+    void copyPasteRoundTrip()
+    {
+        QFETCH(QByteArray, separator);
+        QFETCH(QList<ColumnRole>, order);
+        QFETCH(QStringList, titles);
+        qputenv("ZYN_LIST_SEPARATOR", separator);
+
+        const QStringList names{"A", "North, gate", "x;y", "Ünïcode", "12", "has \"quote\", comma", "a b"};
+        const double values[] = {0.0, -0.0, 1.0 / 3.0, 1e-300, -123456789.123456789, 6378137.0001,
+                                 std::numeric_limits<double>::denorm_min(), 1e22};
+        QRandomGenerator rng(99);
+        GcpList gcps;
+        for (int i = 0; i < 40; ++i) {
+            GcpInfo g;
+            g.name = names.at(i % names.size()) + QString::number(i);
+            g.coord1 = values[rng.bounded(8)];
+            g.coord2 = rng.generateDouble() * 1e6 - 5e5;
+            g.coord3 = values[rng.bounded(8)];
+            g.checkpoint = rng.bounded(2) == 1;
+            gcps << g;
+        }
+        const QString text = GcpCopyFormatter::format(gcps, order, titles);
+        QVERIFY(text.startsWith(titles.join('\t') + '\n'));
+
+        GcpCopyFormatter formatter(text, order);
+        const Parsed p = parseOnce(formatter);
+        QVERIFY2(p.ok, qPrintable(QStringLiteral("%1 %2").arg(p.status.code).arg(p.status.message)));
+        QVERIFY(formatter.headerFound());
+        QCOMPARE(p.gcps.size(), gcps.size());
+        for (int i = 0; i < gcps.size(); ++i) {
+            QCOMPARE(p.gcps[i].name, gcps[i].name);
+            QCOMPARE(p.gcps[i].coord1, gcps[i].coord1);
+            QCOMPARE(p.gcps[i].coord2, gcps[i].coord2);
+            QCOMPARE(p.gcps[i].coord3, gcps[i].coord3);
+            QCOMPARE(p.gcps[i].checkpoint, gcps[i].checkpoint);
+        }
+    }
+
+    void formatText()
+    {
+        GcpInfo g;
+        g.name = QStringLiteral("P1");
+        g.coord1 = 0.1;
+        g.coord2 = 2;
+        g.coord3 = -3.5;
+        g.checkpoint = true;
+        QCOMPARE(GcpCopyFormatter::format({g}, {}, {"GCP Name", "X", "Y", "Z", "Checkpoint"}),
+                 QStringLiteral("GCP Name\tX\tY\tZ\tCheckpoint\nP1\t0.10000000000000001\t2\t-3.5\ttrue\n"));
+    }
+
+    void normalizeHeader()
+    {
+        QCOMPARE(GcpCopyFormatter::normalizeHeader("Elevation (m)"), QStringLiteral("elevation"));
+        QCOMPARE(GcpCopyFormatter::normalizeHeader(" Point_Name: "), QStringLiteral("pointname"));
+        QCOMPARE(GcpCopyFormatter::normalizeHeader("X [ft (US)]"), QStringLiteral("x"));
+        QCOMPARE(GcpCopyFormatter::normalizeHeader("(m)"), QString());
+        QCOMPARE(GcpCopyFormatter::normalizeHeader("Coord1)"), QStringLiteral("coord1"));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestGcpCopyFormatter)
+#include "tst_gcpcopyformatter.moc"

@@ -1,0 +1,147 @@
+#include <gcp/model/GcpInfo.h>
+
+#include <QRandomGenerator>
+#include <QRegularExpression>
+#include <QtTest>
+
+using namespace Zyn::AppGcp;
+
+namespace {
+// The walk exactly as the table's rule states it, to hold the fast form to.
+QString referenceDefaultName(QStringList names)
+{
+    int n = 1;
+    QString candidate = QStringLiteral("GCP%1").arg(n);
+    bool restarted = true;
+    while (restarted) {
+        restarted = false;
+        for (int i = 0; i < names.size(); ++i) {
+            if (names.at(i).compare(candidate, Qt::CaseInsensitive) == 0) {
+                candidate = QStringLiteral("GCP%1").arg(++n);
+                names.removeAt(i);
+                restarted = true;
+                break;
+            }
+        }
+    }
+    return candidate;
+}
+} // namespace
+
+class TestGcpInfo : public QObject {
+    Q_OBJECT
+
+private slots:
+    void defaultName_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("empty table") << QStringList{} << "GCP1";
+        QTest::newRow("gap at 3, mixed case") << QStringList{"GCP1", "gcp2", "GCP4"} << "GCP3";
+        QTest::newRow("only GCP2") << QStringList{"GCP2"} << "GCP1";
+        QTest::newRow("leading zero never matches") << QStringList{"GCP01"} << "GCP1";
+        QTest::newRow("unordered run") << QStringList{"gcp3", "Gcp1", "GCP2"} << "GCP4";
+        QTest::newRow("padded name does not block") << QStringList{" GCP1", "GCP1 "} << "GCP1";
+        QTest::newRow("other names ignored") << QStringList{"A", "GCP", "GCP1x"} << "GCP1";
+        QTest::newRow("duplicates") << QStringList{"GCP1", "gcp1", "GCP2"} << "GCP3";
+    }
+
+    void defaultName()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, expected);
+        const QStringList before = names;
+        QCOMPARE(makeDefaultGcpName(names), expected);
+        QCOMPARE(names, before);
+    }
+
+    // The set-based rule and the generator agree with the literal walk on
+    // many random tables, including repeated use after appending.
+    void defaultNameMatchesWalk()
+    {
+        QRandomGenerator rng(20240611);
+        for (int round = 0; round < 300; ++round) {
+            QStringList names;
+            const int count = int(rng.bounded(12));
+            for (int i = 0; i < count; ++i) {
+                const int n = int(rng.bounded(10));
+                switch (rng.bounded(3)) {
+                case 0: names << QStringLiteral("GCP%1").arg(n); break;
+                case 1: names << QStringLiteral("gcp%1").arg(n); break;
+                default: names << QStringLiteral("P%1").arg(n); break;
+                }
+            }
+            QCOMPARE(makeDefaultGcpName(names), referenceDefaultName(names));
+
+            DefaultGcpNameGenerator generator(names);
+            QStringList growing = names;
+            for (int k = 0; k < 5; ++k) {
+                const QString expected = referenceDefaultName(growing);
+                QCOMPARE(generator.next(), expected);
+                growing << expected;
+            }
+        }
+    }
+
+    void generatorRespectsReservedNames()
+    {
+        DefaultGcpNameGenerator generator({"GCP1"});
+        generator.reserve(QStringLiteral("gcp2"));
+        QCOMPARE(generator.next(), QStringLiteral("GCP3"));
+        QCOMPARE(generator.next(), QStringLiteral("GCP4"));
+    }
+
+    void freshRecords()
+    {
+        const GcpInfo a;
+        const GcpInfo b;
+        QVERIFY(a.name.isEmpty());
+        QCOMPARE(a.coord1, 0.0);
+        QCOMPARE(a.coord2, 0.0);
+        QCOMPARE(a.coord3, 0.0);
+        QVERIFY(!a.colour.isValid());
+        QVERIFY(!a.checkpoint);
+        QVERIFY(QRegularExpression(QStringLiteral("^\\{[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}\\}$"))
+                    .match(a.id)
+                    .hasMatch());
+        // Equal contents, distinct identities; a copy keeps its identity.
+        QVERIFY(a.id != b.id);
+        const GcpInfo copy = a;
+        QCOMPARE(copy.id, a.id);
+
+        const GcpMarker marker;
+        QCOMPARE(marker.kind, 1);
+        QCOMPARE(marker.pixel, QPoint(0, 0));
+        QVERIFY(marker.key.isEmpty() && marker.image.isEmpty());
+    }
+
+    void regroupByName()
+    {
+        GcpInfo a;
+        a.name = QStringLiteral("A");
+        GcpInfo b;
+        b.name = QStringLiteral("B");
+        GcpMarker m1;
+        m1.image = QStringLiteral("/p/1.jpg");
+        GcpMarker m2;
+        m2.image = QStringLiteral("/p/2.jpg");
+        MarkerMap byId;
+        byId[a.id] = {m1, m2};
+        byId[QStringLiteral("{unknown}")] = {m1};
+
+        const MarkerMap byName = markersByName({a, b}, byId);
+        QCOMPARE(byName.keys(), QStringList{"A"});
+        QCOMPARE(byName.value("A").size(), 2);
+        QCOMPARE(byName.value("A").at(1).image, QStringLiteral("/p/2.jpg"));
+
+        GcpInfo a2;
+        a2.name = QStringLiteral("A");
+        a2.coord1 = 5;
+        const GcpMap map = gcpMapByName({b, a, a2});
+        QCOMPARE(map.keys(), (QStringList{"A", "B"}));
+        QCOMPARE(map.value("A").coord1, 5.0);
+    }
+};
+
+QTEST_GUILESS_MAIN(TestGcpInfo)
+#include "tst_gcpinfo.moc"

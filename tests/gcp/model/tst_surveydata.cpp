@@ -1,0 +1,298 @@
+#include <gcp/model/SurveyData.h>
+
+#include <gis/Gis.h>
+
+#include <QBuffer>
+#include <QtTest>
+
+using namespace Zyn::AppGcp;
+using Zyn::AppCreate::GcpCoordSysInfo;
+
+namespace {
+
+GcpInfo makeGcp(const QString& name, double c1, double c2, double c3, bool checkpoint = false)
+{
+    GcpInfo gcp;
+    gcp.name = name;
+    gcp.coord1 = c1;
+    gcp.coord2 = c2;
+    gcp.coord3 = c3;
+    gcp.checkpoint = checkpoint;
+    return gcp;
+}
+
+GcpMarker makeMarker(const QString& image, int x, int y)
+{
+    GcpMarker marker;
+    marker.image = image;
+    marker.pixel = QPoint(x, y);
+    return marker;
+}
+
+QByteArray write(const MarkerMap& markers, const GcpMap& gcps, const GcpCoordSysInfo& cs, bool inLL84)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    writeSurveyData(&buffer, markers, gcps, cs, inLL84);
+    buffer.close();
+    return bytes;
+}
+
+struct ReadBack {
+    MarkerMap markers;
+    GcpList gcps;
+    GcpCoordSysInfo cs;
+};
+
+ReadBack read(const QByteArray& bytes, GcpCoordSysInfo initial = {})
+{
+    ReadBack r;
+    r.cs = initial;
+    QBuffer buffer;
+    buffer.setData(bytes);
+    buffer.open(QIODevice::ReadOnly);
+    const bool ok = readSurveyData(&buffer, r.markers, r.gcps, r.cs);
+    if (!ok)
+        qFatal("readSurveyData answered false");
+    return r;
+}
+
+const GcpCoordSysInfo kUtm33("EPSG:32633", "WGS 84 / UTM zone 33N", "32633", 1, "WGS84", 0);
+
+} // namespace
+
+class TestSurveyData : public QObject {
+    Q_OBJECT
+
+private slots:
+    void writesTheDocumentExactly()
+    {
+        GcpMap gcps;
+        // Inserted out of order: the file follows key order.
+        gcps.insert("P2", makeGcp("P2", 12.5, -0.25, 100, true));
+        gcps.insert("P1", makeGcp("P1", 500000.125, 5000000, 0));
+        MarkerMap markers;
+        markers["P1"] = {makeMarker("/photos/a/DJI_0001.JPG", 10, 20), makeMarker("/photos/b/DJI_0002.JPG", -3, 4000)};
+        markers["ghost"] = {makeMarker("/x.jpg", 1, 1)}; // no such GCP: not written
+
+        const QByteArray expected =
+            "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+            "<surveydata coordinatesystem=\"EPSG:32633\" description=\"WGS 84 / UTM zone 33N\" epsgcode=\"32633\" "
+            "unitcode=\"1\" datumid=\"WGS84\" type=\"0\">\n"
+            "  <markers>\n"
+            "    <marker id=\"0\" name=\"P1\">\n"
+            "      <images>\n"
+            "        <image name=\"DJI_0001.JPG\" xpixel=\"10\" ypixel=\"20\"/>\n"
+            "        <image name=\"DJI_0002.JPG\" xpixel=\"-3\" ypixel=\"4000\"/>\n"
+            "      </images>\n"
+            "      <gcp x=\"500000.1250000000000000\" y=\"5000000.0000000000000000\" z=\"0.0000000000000000\" "
+            "checkpoint=\"false\"/>\n"
+            "    </marker>\n"
+            "    <marker id=\"1\" name=\"P2\">\n"
+            "      <images/>\n"
+            "      <gcp x=\"12.5000000000000000\" y=\"-0.2500000000000000\" z=\"100.0000000000000000\" "
+            "checkpoint=\"true\"/>\n"
+            "    </marker>\n"
+            "  </markers>\n"
+            "</surveydata>\n";
+        QCOMPARE(write(markers, gcps, kUtm33, false), expected);
+    }
+
+    void emptyCoordinateSystemAndGeographicNames()
+    {
+        GcpMap gcps;
+        gcps.insert("A", makeGcp("A", 1, 2, 3));
+        const QByteArray empty = write({}, gcps, GcpCoordSysInfo(), false);
+        QVERIFY2(empty.contains("<surveydata coordinatesystem=\"\" description=\"\" epsgcode=\"\" unitcode=\"-1\" "
+                                "datumid=\"\" type=\"-1\">"),
+                 empty.constData());
+        QVERIFY(empty.contains("<gcp x=\"1.0000000000000000\""));
+
+        const QByteArray geographic = write({}, gcps, GcpCoordSysInfo::ll84(), false);
+        QVERIFY2(geographic.contains("<surveydata coordinatesystem=\"LL84\" description=\"Latitude-Longitude-Altitude\" "
+                                     "epsgcode=\"4326\" unitcode=\"1001\" datumid=\"WGS84\" type=\"2\">"),
+                 geographic.constData());
+        QVERIFY2(geographic.contains("<gcp long=\"1.0000000000000000\" lat=\"2.0000000000000000\" "
+                                     "alt=\"3.0000000000000000\" checkpoint=\"false\"/>"),
+                 geographic.constData());
+    }
+
+    // The LL84 copy of a projected survey: "LL84" at the root, the rest of
+    // the record as given, degrees under the projected names.
+    void writesLl84Copy()
+    {
+        double e = 15.0;
+        double n = 45.0;
+        double h = 50.0;
+        QVERIFY(Tarn::GIS::transformCoordFromLL84(kUtm33.code, e, n, h));
+        QVERIFY2(qAbs(e - 500000.0) < 1e-3 && qAbs(n - 4982950.4) < 1.0, qPrintable(QString::number(n, 'f', 3)));
+
+        GcpMap gcps;
+        gcps.insert("C", makeGcp("C", e, n, h));
+        const QByteArray bytes = write({}, gcps, kUtm33, true);
+        QVERIFY2(bytes.contains("coordinatesystem=\"LL84\" description=\"WGS 84 / UTM zone 33N\" epsgcode=\"32633\""),
+                 bytes.constData());
+        QVERIFY(bytes.contains("<gcp x=\""));
+
+        const ReadBack back = read(bytes);
+        QCOMPARE(back.cs.code, QStringLiteral("LL84"));
+        QCOMPARE(back.gcps.size(), 1);
+        QVERIFY2(qAbs(back.gcps[0].coord1 - 15.0) < 1e-9, qPrintable(QString::number(back.gcps[0].coord1, 'f', 12)));
+        QVERIFY2(qAbs(back.gcps[0].coord2 - 45.0) < 1e-9, qPrintable(QString::number(back.gcps[0].coord2, 'f', 12)));
+        QVERIFY(qAbs(back.gcps[0].coord3 - 50.0) < 1e-6);
+    }
+
+    void roundTrip()
+    {
+        GcpMap gcps;
+        gcps.insert("Nord", makeGcp("Nord", 433112.3456789012, 5765432.1, -12.0625, true));
+        gcps.insert("Süd & <Ost>", makeGcp("Süd & <Ost>", 1.0 / 3.0, 2, 3));
+        gcps.insert("lonely", makeGcp("lonely", 0, 0, 0));
+        MarkerMap markers;
+        markers["Nord"] = {makeMarker("/data/flight 1/IMG_0001.jpg", 1024, 768), makeMarker("C:/x/IMG_2.jpg", 0, 1)};
+        markers["Süd & <Ost>"] = {makeMarker("IMG_9.jpg", 7, 8)};
+
+        const ReadBack back = read(write(markers, gcps, kUtm33, false));
+        QCOMPARE(back.cs, kUtm33);
+        QCOMPARE(back.gcps.size(), 3);
+        const QStringList expectedOrder{"Nord", "Süd & <Ost>", "lonely"};
+        for (int i = 0; i < 3; ++i) {
+            const GcpInfo& got = back.gcps[i];
+            const GcpInfo& want = gcps.value(expectedOrder[i]);
+            QCOMPARE(got.name, want.name);
+            // 16 decimals keep these values to well below a micrometre.
+            QVERIFY(qAbs(got.coord1 - want.coord1) < 1e-9);
+            QVERIFY(qAbs(got.coord2 - want.coord2) < 1e-9);
+            QVERIFY(qAbs(got.coord3 - want.coord3) < 1e-9);
+            QCOMPARE(got.checkpoint, want.checkpoint);
+        }
+        // Markers come back under the new records' ids, as bare file names.
+        QCOMPARE(back.markers.size(), 2);
+        const QList<GcpMarker> nord = back.markers.value(back.gcps[0].id);
+        QCOMPARE(nord.size(), 2);
+        QCOMPARE(nord[0].image, QStringLiteral("IMG_0001.jpg"));
+        QCOMPARE(nord[0].pixel, QPoint(1024, 768));
+        QCOMPARE(nord[1].image, QStringLiteral("IMG_2.jpg"));
+        QVERIFY(nord[0].key.isEmpty());
+        QCOMPARE(nord[0].kind, 1);
+        QVERIFY(!back.markers.contains(back.gcps[2].id));
+
+        // Reading again gives new identities.
+        const ReadBack again = read(write(markers, gcps, kUtm33, false));
+        QVERIFY(again.gcps[0].id != back.gcps[0].id);
+    }
+
+    void readerTolerance_data()
+    {
+        QTest::addColumn<QByteArray>("xml");
+        QTest::addColumn<QString>("names");     // names read, joined with "|"
+        QTest::addColumn<QString>("first");     // first GCP: "c1 c2 c3 checkpoint"
+        QTest::addColumn<QString>("pixels");    // first GCP's markers: "x,y;x,y"
+
+        QTest::newRow("checkpoint TRUE and 1 are false")
+            << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='1' y='2' z='3' checkpoint='TRUE'/>"
+                          "</marker><marker name='b'><images/><gcp checkpoint='1'/></marker></markers></surveydata>")
+            << "a|b" << "1 2 3 0" << "";
+        QTest::newRow("fractional pixels truncate toward zero")
+            << QByteArray("<surveydata><markers><marker name='a'><images><image name='i.jpg' xpixel='12.9' "
+                          "ypixel='-3.7'/><image name='j.jpg' xpixel='1e30' ypixel='nan'/></images>"
+                          "<gcp long='4' lat='5' alt='6' checkpoint='true'/></marker></markers></surveydata>")
+            << "a" << "4 5 6 1" << "12,-3;2147483647,0";
+        QTest::newRow("foreign root, markers next")
+            << QByteArray("<other coordinatesystem='EPSG:1'><markers><marker name='a'><images/><gcp x='1'/></marker>"
+                          "</markers></other>")
+            << "a" << "1 0 0 0" << "";
+        QTest::newRow("gcp before images is stepped over")
+            << QByteArray("<surveydata><markers><marker name='a'><gcp x='1' y='2' z='3' checkpoint='true'/><images>"
+                          "<image name='i' xpixel='1' ypixel='1'/></images></marker><marker name='b'><images/>"
+                          "<gcp x='9'/></marker></markers></surveydata>")
+            << "a|b" << "0 0 0 0" << "";
+        QTest::newRow("names compared without case")
+            << QByteArray("<SurveyData><MARKERS><Marker NAME='a'><Images><IMAGE Name='i' XPixel='5' YPIXEL='6'/>"
+                          "</Images><GCP X='1' Lat='2' ALT='3' CheckPoint='true'/></Marker></MARKERS></SurveyData>")
+            << "a" << "1 2 3 1" << "5,6";
+        QTest::newRow("missing attributes keep defaults")
+            << QByteArray("<surveydata><markers><marker><images><image/></images><gcp/></marker></markers></surveydata>")
+            << "" << "0 0 0 0" << "0,0";
+        QTest::newRow("unreadable numbers read as zero")
+            << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='abc' y='1,5' z='inf'/></marker>"
+                          "</markers></surveydata>")
+            << "a" << "0 0 0 0" << "";
+        QTest::newRow("empty marker element")
+            << QByteArray("<surveydata><markers><marker name='a'/><marker name='b'><images/><gcp x='2'/></marker>"
+                          "</markers></surveydata>")
+            << "a|b" << "0 0 0 0" << "";
+        QTest::newRow("truncated after a complete gcp keeps it")
+            << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='1'/></marker><marker name='b'>"
+                          "<images/><gcp x='2' y='3'/>")
+            << "a|b" << "1 0 0 0" << "";
+        QTest::newRow("truncated inside a marker drops it")
+            << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='1'/></marker><marker name='b'>"
+                          "<images><image name='i' xpix")
+            << "a" << "1 0 0 0" << "";
+        QTest::newRow("second element not markers stops")
+            << QByteArray("<surveydata><other/><markers><marker name='a'/></markers></surveydata>") << "" << ""
+            << "";
+        QTest::newRow("reading ends at the end of markers")
+            << QByteArray("<surveydata><markers><marker name='a'/></markers><markers><marker name='b'/></markers>"
+                          "</surveydata>")
+            << "a" << "0 0 0 0" << "";
+        QTest::newRow("not xml") << QByteArray("\x01\x02 this is not xml <<<") << "" << "" << "";
+        QTest::newRow("empty") << QByteArray() << "" << "" << "";
+    }
+
+    void readerTolerance()
+    {
+        QFETCH(QByteArray, xml);
+        QFETCH(QString, names);
+        QFETCH(QString, first);
+        QFETCH(QString, pixels);
+
+        const ReadBack r = read(xml);
+        QStringList got;
+        for (const GcpInfo& g : r.gcps)
+            got << g.name;
+        QCOMPARE(got.join('|'), names);
+        if (r.gcps.isEmpty()) {
+            QVERIFY(first.isEmpty());
+            QVERIFY(r.markers.isEmpty());
+            return;
+        }
+        const GcpInfo& g = r.gcps.first();
+        QCOMPARE(QStringLiteral("%1 %2 %3 %4").arg(g.coord1).arg(g.coord2).arg(g.coord3).arg(int(g.checkpoint)),
+                 first);
+        QStringList px;
+        for (const GcpMarker& m : r.markers.value(g.id))
+            px << QStringLiteral("%1,%2").arg(m.pixel.x()).arg(m.pixel.y());
+        QCOMPARE(px.join(';'), pixels);
+        // Every marker belongs to a record that was returned.
+        QSet<QString> ids;
+        for (const GcpInfo& gcp : r.gcps)
+            ids.insert(gcp.id);
+        for (auto it = r.markers.cbegin(); it != r.markers.cend(); ++it)
+            QVERIFY(ids.contains(it.key()));
+    }
+
+    void coordinateSystemAttributes()
+    {
+        const GcpCoordSysInfo preset("KEEP", "keep", "1", 7, "D", 9);
+        // Only attributes present are set; unknown ones are ignored.
+        const ReadBack partial = read("<surveydata coordinatesystem='EPSG:2056' UNITCODE='x12' foo='bar'/>", preset);
+        QCOMPARE(partial.cs.code, QStringLiteral("EPSG:2056"));
+        QCOMPARE(partial.cs.unit, 0);
+        QCOMPARE(partial.cs.description, QStringLiteral("keep"));
+        QCOMPARE(partial.cs.systemType, 9);
+
+        const ReadBack foreign = read("<other coordinatesystem='EPSG:2056'><markers/></other>", preset);
+        QCOMPARE(foreign.cs, preset);
+
+        const ReadBack full = read("<surveydata coordinatesystem='' description='' epsgcode='' unitcode='-1' "
+                                   "datumid='' type='-1'/>",
+                                   preset);
+        QCOMPARE(full.cs, GcpCoordSysInfo("", "", "", -1, "", -1));
+    }
+};
+
+QTEST_GUILESS_MAIN(TestSurveyData)
+#include "tst_surveydata.moc"
