@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QListView>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -89,17 +90,44 @@ private slots:
         bool nonNative = false;
         onFileDialog([&](QFileDialog* dialog) {
             nonNative = dialog->testOption(QFileDialog::DontUseNativeDialog);
-            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+            auto* view = dialog->findChild<QListView*>("listView");
             auto* choose = dialog->findChild<QPushButton*>("choose_selection_button");
-            if (!name || !choose)
-                return;
-            QTest::keyClicks(name, "\"a.jpg\" \"photos\"");
+            QVERIFY(view && choose);
+            auto indexOf = [view](const QString& name) {
+                QAbstractItemModel* model = view->model();
+                for (int row = 0; row < model->rowCount(view->rootIndex()); ++row) {
+                    const QModelIndex index = model->index(row, 0, view->rootIndex());
+                    if (index.data().toString() == name)
+                        return index;
+                }
+                return QModelIndex();
+            };
+            // The folder's entries are listed in the background.
+            QTRY_VERIFY(indexOf("a.jpg").isValid() && indexOf("photos").isValid());
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::NoModifier,
+                              view->visualRect(indexOf("a.jpg")).center());
+            QTest::mouseClick(view->viewport(), Qt::LeftButton, Qt::ControlModifier,
+                              view->visualRect(indexOf("photos")).center());
             QTest::mouseClick(choose, Qt::LeftButton);
         });
-        const QStringList chosen =
+        QStringList chosen =
             FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", m_dir.path(), "Images (*.jpg)");
         QVERIFY(nonNative);
+        chosen.sort();
         QCOMPARE(chosen, (QStringList{m_dir.filePath("a.jpg"), m_dir.filePath("photos")}));
+    }
+
+    void typedFileNameIsChosen()
+    {
+        onFileDialog([](QFileDialog* dialog) {
+            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
+            auto* choose = dialog->findChild<QPushButton*>("choose_selection_button");
+            QVERIFY(name && choose);
+            QTest::keyClicks(name, "photos");
+            QTest::mouseClick(choose, Qt::LeftButton);
+        });
+        QCOMPARE(FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", m_dir.path(), QString()),
+                 QStringList{m_dir.filePath("photos")});
     }
 
     void chooseWithoutSelectionTakesTheShownFolder()
