@@ -6,6 +6,7 @@
 
 #include <cmath>
 #include <string>
+#include <unordered_map>
 
 namespace Tarn {
 namespace GIS {
@@ -68,8 +69,16 @@ int dimensionOf(PJ_CONTEXT* ctx, PJ* crs)
 
 bool isThreeDimensional(const std::string& code)
 {
+    // Asked on every transform: remember the answer per thread rather than
+    // building the coordinate-system object each time.
+    thread_local std::unordered_map<std::string, bool> known;
+    auto it = known.find(code);
+    if (it != known.end())
+        return it->second;
     PJ* crs = crsFor(code);
-    return crs && dimensionOf(Proj::threadContext(), crs) >= 3;
+    const bool threeD = crs && dimensionOf(Proj::threadContext(), crs) >= 3;
+    known.emplace(code, threeD);
+    return threeD;
 }
 
 // From `code` to WGS 84 in longitude, latitude order; 3D systems go to

@@ -110,7 +110,8 @@ private:
 class CoordinateReferenceSystemDefinition : public Object {
 public:
     // Called for each definition as it is read; set cancel to stop reading.
-    // A status other than Success also stops reading.
+    // A status other than Success also stops reading. The definition is
+    // lent: AddRef() it to keep it beyond the call.
     using LoadCallback = std::function<Status(CoordinateReferenceSystemDefinition*, bool& cancel)>;
 
     // Reads every listed system of the database. On success *out is a new

@@ -1,9 +1,12 @@
+#include <gis/Gis.h>
 #include <spatialreference/ProjContext.h>
 #include <spatialreference/SpatialReference.h>
 
 #include <QFile>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <cmath>
 
 using namespace SpatialReference;
 
@@ -68,6 +71,15 @@ void TestSpatialReferenceDatabase::expectDatabaseError()
     wchar_t buffer[16];
     QCOMPARE(FormatConverter::IdToId_s(0, L"EPSG:32633", 1, buffer, 16), Success);
     QCOMPARE(QString::fromWCharArray(buffer), QString("32633"));
+
+    double x = 500000.0, y = 0.0, z = 1.0;
+    QVERIFY(!Tarn::GIS::transformCoordToLL84("EPSG:32633", x, y, z));
+    QCOMPARE(x, 500000.0);
+    QCOMPARE(y, 0.0);
+    QCOMPARE(z, 1.0);
+    QVERIFY(!Tarn::GIS::isCoordValid("EPSG:32633", x, y));
+    QVERIFY(!Tarn::GIS::isPolarCS("EPSG:4258"));
+    QVERIFY(Tarn::GIS::isPolarCS("LL84"));
 }
 
 void TestSpatialReferenceDatabase::missingDatabase()
@@ -101,6 +113,9 @@ void TestSpatialReferenceDatabase::recoversWhenDatabaseReturns()
     QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array), Success);
     QVERIFY(array && array->GetCount() > 5000);
     array->Destroy();
+    double x = 500000.0, y = 0.0, z = 0.0;
+    QVERIFY(Tarn::GIS::transformCoordToLL84("EPSG:32633", x, y, z));
+    QVERIFY(std::fabs(x - 15.0) < 1e-9);
 }
 
 QTEST_GUILESS_MAIN(TestSpatialReferenceDatabase)
