@@ -7,6 +7,7 @@
 #include "ProcessingService.h"
 
 #include <keelcore/Dispatch.h>
+#include <services/ApplicationService.h>
 #include <uibase/BaseView.h>
 #include <uibase/TaskDialog.h>
 #include <uitoolkit/IThumbnailItem.h>
@@ -35,6 +36,7 @@ CreateViewController::CreateViewController(QObject* parent)
     setViewDidLoadDeferred(true);
     m_cmdGroup = new UiBase::CommandGroup(this, QStringLiteral("CreateViewCommands"));
     connect(this, &UiBase::CmdsViewController::commandsChanged, this, &CreateViewController::rebuildCommandBar);
+    Services::ApplicationService::GetInstance()->addObserver(this);
 }
 
 CreateViewController::~CreateViewController()

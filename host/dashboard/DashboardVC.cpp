@@ -98,6 +98,9 @@ UiBase::BaseView* DashboardVC::loadView()
     m_noProjectsLabel = new QLabel(tr("No projects yet."));
     m_noProjectsLabel->setObjectName(QStringLiteral("no_projects_label"));
     layout->addWidget(m_noProjectsLabel);
+    // Takes the room the projects list leaves while it is hidden.
+    m_bottomStretch = new QWidget;
+    layout->addWidget(m_bottomStretch, 1);
 
     view->setContentWidget(content);
     rebuildTiles();
@@ -206,6 +209,7 @@ void DashboardVC::refreshProjects()
     }
     m_noProjectsLabel->setVisible(projects.isEmpty());
     m_projects->setVisible(!projects.isEmpty());
+    m_bottomStretch->setVisible(projects.isEmpty());
 }
 
 void DashboardVC::presentViewController(UiBase::BaseViewController* controller, int direction)

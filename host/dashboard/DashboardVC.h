@@ -65,6 +65,7 @@ private:
     QPointer<QLabel> m_noticeLabel;
     QPointer<QTreeWidget> m_projects;
     QPointer<QLabel> m_noProjectsLabel;
+    QPointer<QWidget> m_bottomStretch;
 };
 
 } // namespace AppDashboard

@@ -1,0 +1,249 @@
+#include "DemoRunner.h"
+
+#include "MainWindow.h"
+
+#include <appcreate/CreateViewController.h>
+#include <appcreate/MainState.h>
+#include <appcreate/PhotoPreview.h>
+#include <dashboard/DashboardVC.h>
+#include <uibase/FileDialog.h>
+#include <uitoolkit/ActionPanelVC.h>
+
+#include <QApplication>
+#include <QCoreApplication>
+#include <QDialog>
+#include <QFileInfo>
+#include <QPainter>
+#include <QProcess>
+#include <QTimer>
+#include <QWidget>
+
+#include <cstdio>
+
+namespace Zyn {
+namespace Host {
+
+namespace {
+void say(const QString& text)
+{
+    std::printf("%s\n", qPrintable(text));
+    std::fflush(stdout);
+}
+
+// A modal dialog of the running walk (e.g. the GPS warning), if one is up.
+QDialog* visibleModalDialog()
+{
+    return qobject_cast<QDialog*>(QApplication::activeModalWidget());
+}
+} // namespace
+
+DemoRunner::DemoRunner(MainWindow* window, const QString& outDir, QObject* parent)
+    : QObject(parent)
+    , m_window(window)
+    , m_out(outDir)
+{
+}
+
+void DemoRunner::start()
+{
+    if (!m_out.exists() && !QDir().mkpath(m_out.absolutePath())) {
+        finish(1, QStringLiteral("demo: cannot create the screenshot folder %1").arg(m_out.absolutePath()));
+        return;
+    }
+    // Nothing in the walk may wait for a person at a file dialog.
+    UiBase::FileDialog::setHandler([](const UiBase::FileDialog::Request&) { return QStringList(); });
+    // A hard limit over everything, whatever a step does.
+    QTimer::singleShot(240000, this, [this] { finish(1, QStringLiteral("demo: gave up after 240 s")); });
+    m_window->show();
+    waitFor([this] { return m_window && m_window->isVisible(); }, 10000,
+            QStringLiteral("the main window did not appear"), [this] {
+                QTimer::singleShot(500, this, [this] { shootDashboard(); });
+            });
+}
+
+void DemoRunner::waitFor(const Condition& condition, int timeoutMs, const QString& message, const Step& next)
+{
+    auto clock = std::make_shared<QElapsedTimer>();
+    clock->start();
+    auto poll = std::make_shared<std::function<void()>>();
+    *poll = [this, condition, timeoutMs, message, next, clock, poll] {
+        if (m_done)
+            return;
+        if (condition()) {
+            next();
+            return;
+        }
+        if (clock->elapsed() > timeoutMs) {
+            finish(1, QStringLiteral("demo: %1 (waited %2 s)").arg(message).arg(timeoutMs / 1000));
+            return;
+        }
+        QTimer::singleShot(100, this, [poll] { (*poll)(); });
+    };
+    (*poll)();
+}
+
+bool DemoRunner::save(const QPixmap& pixmap, const QString& name)
+{
+    const QString path = m_out.absoluteFilePath(name);
+    if (pixmap.isNull() || !pixmap.save(path)) {
+        say(QStringLiteral("demo: could not write %1").arg(path));
+        ++m_failures;
+        return false;
+    }
+    m_shots << path;
+    say(QStringLiteral("screenshot: %1").arg(path));
+    return true;
+}
+
+QPixmap DemoRunner::grabWithWindows(const QList<QWidget*>& windows) const
+{
+    // The window and the dialogs over it, composed as they are on screen,
+    // so the picture is right on any platform plug-in.
+    QPixmap shot = m_window->grab();
+    QPainter painter(&shot);
+    const QPoint origin = m_window->mapToGlobal(QPoint(0, 0));
+    for (QWidget* w : windows) {
+        if (!w || !w->isVisible())
+            continue;
+        painter.drawPixmap(w->mapToGlobal(QPoint(0, 0)) - origin, w->grab());
+    }
+    return shot;
+}
+
+void DemoRunner::shootDashboard()
+{
+    save(m_window->grab(), QStringLiteral("01-dashboard.png"));
+    openCreateView();
+}
+
+void DemoRunner::openCreateView()
+{
+    AppDashboard::DashboardVC* dashboard = m_window->dashboard();
+    UiBase::CommandBase* command = nullptr;
+    for (UiBase::CommandBase* c : dashboard->tileCommands()) {
+        if (c->getCommandName().endsWith(QLatin1String("AerialCaptureApp")))
+            command = c;
+    }
+    if (!command) {
+        finish(2, QStringLiteral("demo: the aerial plug-in is not loaded (looked in: %1); only the dashboard was "
+                                 "captured")
+                      .arg(dashboard->notices().isEmpty() ? QStringLiteral("the plug-in folders")
+                                                          : dashboard->notices().join(QStringLiteral("; "))));
+        return;
+    }
+    m_photoDir = m_out.absoluteFilePath(QStringLiteral("photos"));
+    const QString tool = findPhotoTool();
+    if (tool.isEmpty()) {
+        finish(2, QStringLiteral("demo: make_drone_photos not found (set ZYN_TOOLS_DIR); no photos to add"));
+        return;
+    }
+    QDir(m_photoDir).removeRecursively();
+    QProcess make;
+    make.setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    make.start(tool, {QStringLiteral("--out"), m_photoDir, QStringLiteral("--count"), QStringLiteral("12"),
+                      QStringLiteral("--lat"), QStringLiteral("46.5480"), QStringLiteral("--lon"),
+                      QStringLiteral("7.9820"), QStringLiteral("--alt"), QStringLiteral("120"),
+                      QStringLiteral("--width"), QStringLiteral("1600"), QStringLiteral("--height"),
+                      QStringLiteral("1200"), QStringLiteral("--no-gps"), QStringLiteral("2")});
+    if (!make.waitForFinished(120000) || make.exitStatus() != QProcess::NormalExit || make.exitCode() != 0) {
+        make.kill();
+        finish(1, QStringLiteral("demo: %1 failed: %2").arg(tool, make.errorString()));
+        return;
+    }
+
+    command->trigger();
+    waitFor(
+        [this, dashboard] {
+            auto* panel = qobject_cast<UiToolkit::ActionPanelVC*>(dashboard->presentedViewController());
+            if (!panel)
+                return false;
+            m_create = qobject_cast<AppCreate::CreateViewController*>(panel->getMainViewController());
+            return !m_create.isNull() && m_create->getQtWidget() && m_create->getQtWidget()->isVisible();
+        },
+        10000, QStringLiteral("the aerial command did not open the create view"), [this] { addPhotos(); });
+}
+
+void DemoRunner::addPhotos()
+{
+    auto* state = qobject_cast<AppCreate::MainState*>(m_create->getState());
+    AppCreate::PhotoPreview* canvas = state ? state->getPhotoCanvas() : nullptr;
+    if (!canvas) {
+        finish(1, QStringLiteral("demo: the create view has no photo canvas"));
+        return;
+    }
+    canvas->addFiles({m_photoDir});
+    // The GPS check runs in the background; its warning is a modal dialog.
+    waitFor([] { return visibleModalDialog() != nullptr; }, 30000,
+            QStringLiteral("no GPS warning appeared for photos without GPS"), [this] {
+                QTimer::singleShot(300, this, [this] {
+                    QDialog* dialog = visibleModalDialog();
+                    if (!dialog) {
+                        finish(1, QStringLiteral("demo: the GPS warning went away"));
+                        return;
+                    }
+                    save(grabWithWindows({dialog}), QStringLiteral("02-create-view-gps-warning.png"));
+                    dialog->done(QDialog::Accepted);
+                    QTimer::singleShot(300, this, [this] { shootFlyout(); });
+                });
+            });
+}
+
+void DemoRunner::shootFlyout()
+{
+    auto* state = m_create ? qobject_cast<AppCreate::MainState*>(m_create->getState()) : nullptr;
+    AppCreate::PhotoPreview* canvas = state ? state->getPhotoCanvas() : nullptr;
+    if (!canvas) {
+        finish(1, QStringLiteral("demo: the create view went away"));
+        return;
+    }
+    // What the canvas's Create button does.
+    emit canvas->createRequested();
+    auto flyoutReady = [canvas] {
+        QDialog* flyout = canvas ? canvas->getFlyout() : nullptr;
+        return flyout && flyout->isVisible();
+    };
+    waitFor(flyoutReady, 10000, QStringLiteral("the settings flyout did not open"), [this, canvas] {
+        // The selector reads the catalogue in the background before it
+        // shows the proposed zone.
+        QTimer::singleShot(2500, this, [this, canvas] {
+            if (!canvas) {
+                finish(1, QStringLiteral("demo: the create view went away"));
+                return;
+            }
+            save(grabWithWindows({canvas->getFlyout()}), QStringLiteral("03-settings-flyout-utm-zone.png"));
+            finish(m_failures ? 1 : 0);
+        });
+    });
+}
+
+QString DemoRunner::findPhotoTool() const
+{
+    QStringList candidates;
+    const QString env = qEnvironmentVariable("ZYN_TOOLS_DIR");
+    if (!env.isEmpty())
+        candidates << QDir(env).filePath(QStringLiteral("make_drone_photos"));
+    candidates << QDir(QCoreApplication::applicationDirPath()).filePath(QStringLiteral("make_drone_photos"));
+    for (const QString& c : candidates) {
+        if (QFileInfo(c).isExecutable())
+            return c;
+    }
+    return QString();
+}
+
+void DemoRunner::finish(int code, const QString& message)
+{
+    if (m_done)
+        return;
+    m_done = true;
+    if (!message.isEmpty())
+        say(message);
+    say(QStringLiteral("demo: %1 screenshot(s) in %2").arg(m_shots.size()).arg(m_out.absolutePath()));
+    UiBase::FileDialog::clearHandler();
+    // Let a modal dialog that is still up return first.
+    if (QDialog* dialog = visibleModalDialog())
+        dialog->done(QDialog::Rejected);
+    emit finished(code);
+}
+
+} // namespace Host
+} // namespace Zyn
