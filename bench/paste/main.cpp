@@ -1,0 +1,89 @@
+// Paste speed: parse tab-separated rows with a header, set against a bare
+// split of the same text into lines and fields in the same run, at 10,000
+// and 100,000 rows.
+#include <gcp/model/GcpCopyFormatter.h>
+
+#include <utilities/QtCompat.h>
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+
+using namespace Zyn::AppGcp;
+
+namespace {
+constexpr int kRepeats = 5;
+
+QString makeText(int rows)
+{
+    QString text = QStringLiteral("GCP Name\tEasting\tNorthing\tElevation\tCheckpoint\n");
+    for (int i = 0; i < rows; ++i) {
+        text += QStringLiteral("P%1\t%2\t%3\t%4\t%5\n")
+                    .arg(i)
+                    .arg(400000 + i * 1.234567, 0, 'f', 4)
+                    .arg(5000000 + i * 7.654321, 0, 'f', 4)
+                    .arg(100 + (i % 97) * 0.25, 0, 'f', 3)
+                    .arg(i % 7 == 0 ? "true" : "false");
+    }
+    return text;
+}
+
+double best(const std::function<void()>& f)
+{
+    double bestMs = 1e300;
+    for (int i = 0; i < kRepeats; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        f();
+        bestMs = std::min(bestMs, timer.nsecsElapsed() / 1e6);
+    }
+    return bestMs;
+}
+
+struct Figures {
+    double parseMs;
+    double splitMs;
+};
+
+Figures measure(int rows)
+{
+    const QString text = makeText(rows);
+    int produced = 0;
+    const double parseMs = best([&] {
+        GcpCopyFormatter formatter(text);
+        GcpList gcps;
+        ParseStatus status;
+        formatter.parse(gcps, status);
+        produced = gcps.size();
+    });
+    qint64 fields = 0;
+    const double splitMs = best([&] {
+        fields = 0;
+        const QStringList lines = text.split(QLatin1Char('\n'), Zyn::Compat::SkipEmptyParts);
+        for (const QString& line : lines)
+            fields += line.split(QLatin1Char('\t')).size();
+    });
+    if (produced != rows || fields != qint64(rows + 1) * 5) {
+        std::fprintf(stderr, "mismatch at %d rows: %d records, %lld fields\n", rows, produced,
+                     static_cast<long long>(fields));
+        std::exit(1);
+    }
+    std::printf("  %6d rows: parse %8.1f ms   bare split %7.1f ms   ratio %.2f (target <= 5)\n", rows, parseMs,
+                splitMs, parseMs / splitMs);
+    return {parseMs, splitMs};
+}
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    std::printf("paste: tab-separated rows with a header, best of %d\n", kRepeats);
+    const Figures small = measure(10000);
+    const Figures large = measure(100000);
+    std::printf("  scaling 10x rows: parse %.2fx time (target <= 12), bare split %.2fx\n",
+                large.parseMs / small.parseMs, large.splitMs / small.splitMs);
+    return 0;
+}
