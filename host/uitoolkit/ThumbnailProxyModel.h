@@ -1,6 +1,5 @@
 #pragma once
 
-#include <QCollator>
 #include <QSortFilterProxyModel>
 #include <QStringList>
 
@@ -25,6 +24,11 @@ public:
     void setNameFilter(const QString& text);
     QString nameFilter() const { return m_filter; }
 
+    // Negative, zero or positive as a sorts before, with or after b: case
+    // is ignored and runs of digits compare as numbers ("IMG_2" < "IMG_10").
+    // Independent of the locale, so the order is the same for every user.
+    static int naturalCompare(const QString& a, const QString& b);
+
     // Paths in display order, all of them or only the checked ones. The name
     // filter only narrows what is shown: hidden photos are listed too.
     QStringList pathsInOrder(bool checkedOnly = false) const;
@@ -34,7 +38,6 @@ protected:
     bool filterAcceptsRow(int sourceRow, const QModelIndex& sourceParent) const override;
 
 private:
-    QCollator m_collator;
     SortMode m_mode = ByName;
     QString m_filter;
 };

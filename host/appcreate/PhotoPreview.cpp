@@ -1,0 +1,359 @@
+#include "PhotoPreview.h"
+#include "ui_PhotoPreview.h"
+
+#include <uibase/FileDialog.h>
+#include <uitoolkit/IThumbnailItem.h>
+#include <uitoolkit/LocalImageFileItem.h>
+#include <uitoolkit/ThumbnailListModel.h>
+#include <uitoolkit/ThumbnailProxyModel.h>
+#include <uitoolkit/ThumbnailView.h>
+
+#include <QDir>
+#include <QDirIterator>
+#include <QDragEnterEvent>
+#include <QDropEvent>
+#include <QFileInfo>
+#include <QItemSelectionModel>
+#include <QMimeData>
+#include <QSet>
+#include <QStandardPaths>
+#include <QUrl>
+
+#include <algorithm>
+
+namespace Zyn {
+namespace AppCreate {
+
+namespace {
+
+bool isPhotoFile(const QFileInfo& info)
+{
+    static const QSet<QString> suffixes{QStringLiteral("jpg"), QStringLiteral("jpeg"), QStringLiteral("png"),
+                                        QStringLiteral("tif"), QStringLiteral("tiff")};
+    return suffixes.contains(info.suffix().toLower());
+}
+
+QString normalizedPath(const QFileInfo& info)
+{
+    return QDir::cleanPath(info.absoluteFilePath());
+}
+
+PhotoPreview::ItemPtr defaultItem(const QString& path)
+{
+    return PhotoPreview::ItemPtr(new UiToolkit::LocalImageFileItem(path));
+}
+
+bool defaultValidate(const PhotoPreview::ItemPtr& item)
+{
+    return !item.isNull();
+}
+
+} // namespace
+
+PhotoPreview::PhotoPreview(QWidget* parent)
+    : QWidget(parent),
+      m_ui(new Ui::PhotoPreview),
+      m_model(new UiToolkit::ThumbnailListModel(this)),
+      m_proxy(new UiToolkit::ThumbnailProxyModel(this)),
+      m_create(defaultItem),
+      m_validate(defaultValidate)
+{
+    m_ui->setupUi(this);
+    setAcceptDrops(true);
+    m_proxy->setSourceModel(m_model);
+    m_ui->thumbnail_view->setModel(m_proxy);
+    m_lastFolder = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
+
+    connect(m_ui->add_photos_button, &QPushButton::clicked, this, &PhotoPreview::browseForPhotos);
+    connect(m_ui->remove_button, &QPushButton::clicked, this, &PhotoPreview::removeHighlighted);
+    connect(m_ui->create_button, &QPushButton::clicked, this, &PhotoPreview::createRequested);
+    connect(m_ui->thumbnail_view, &UiToolkit::ThumbnailView::removeRequested, this, &PhotoPreview::removeHighlighted);
+    connect(m_ui->filter_lineedit, &QLineEdit::textChanged, m_proxy, &UiToolkit::ThumbnailProxyModel::setNameFilter);
+    connect(m_ui->thumbnail_view->selectionModel(), &QItemSelectionModel::selectionChanged, this,
+            &PhotoPreview::updateState);
+    connect(m_model, &UiToolkit::ThumbnailListModel::checkedChanged, this, [this] {
+        updateState();
+        emit selectionChanged();
+    });
+    updateState();
+}
+
+PhotoPreview::~PhotoPreview() = default;
+
+QStringList PhotoPreview::addFiles(const QStringList& pathsOrFolders)
+{
+    int notPhotos = 0;
+    int missing = 0;
+    int duplicates = 0;
+    int rejected = 0;
+
+    QStringList candidates;
+    QSet<QString> seen;
+    const auto consider = [&](const QFileInfo& info) {
+        const QString path = normalizedPath(info);
+        if (seen.contains(path) || m_model->contains(path)) {
+            ++duplicates;
+            return;
+        }
+        seen.insert(path);
+        candidates << path;
+    };
+
+    for (const QString& entry : pathsOrFolders) {
+        if (entry.trimmed().isEmpty())
+            continue;
+        const QFileInfo info(entry);
+        if (info.isDir()) {
+            // Symbolic links to folders are not followed, so a link loop cannot trap the search.
+            QStringList found;
+            QDirIterator it(info.absoluteFilePath(), QDir::Files | QDir::NoDotAndDotDot | QDir::Hidden,
+                            QDirIterator::Subdirectories);
+            while (it.hasNext()) {
+                it.next();
+                const QFileInfo file = it.fileInfo();
+                if (isPhotoFile(file))
+                    found << normalizedPath(file);
+            }
+            std::sort(found.begin(), found.end(), [](const QString& a, const QString& b) {
+                return UiToolkit::ThumbnailProxyModel::naturalCompare(a, b) < 0;
+            });
+            for (const QString& path : qAsConst(found))
+                consider(QFileInfo(path));
+        } else if (!info.exists()) {
+            ++missing;
+        } else if (!isPhotoFile(info)) {
+            ++notPhotos;
+        } else {
+            consider(info);
+        }
+    }
+
+    QVector<ItemPtr> items;
+    items.reserve(candidates.size());
+    for (const QString& path : qAsConst(candidates)) {
+        ItemPtr item = m_create ? m_create(path) : defaultItem(path);
+        const bool ok = m_validate ? m_validate(item) : defaultValidate(item);
+        if (!item || !ok) {
+            ++rejected;
+            continue;
+        }
+        items.push_back(item);
+    }
+
+    const QVector<ItemPtr> appended = m_model->appendItems(items);
+    // A factory may answer an item whose path differs from the one asked
+    // for; the model keeps paths unique, so count what it turned away.
+    duplicates += items.size() - appended.size();
+    QStringList accepted;
+    accepted.reserve(appended.size());
+    for (const ItemPtr& item : appended)
+        accepted << item->path();
+
+    QStringList skipped;
+    if (duplicates > 0)
+        skipped << tr("%1 already added").arg(duplicates);
+    if (notPhotos > 0)
+        skipped << tr("%1 not a photo").arg(notPhotos);
+    if (missing > 0)
+        skipped << tr("%1 not found").arg(missing);
+    if (rejected > 0)
+        skipped << tr("%1 not accepted").arg(rejected);
+    m_notice = skipped.isEmpty() ? QString() : tr("Skipped: %1").arg(skipped.join(QStringLiteral(", ")));
+    m_ui->notice_label->setText(m_notice);
+    m_ui->notice_label->setVisible(!m_notice.isEmpty());
+
+    updateState();
+    if (!accepted.isEmpty())
+        emit filesAdded(accepted);
+    return accepted;
+}
+
+QStringList PhotoPreview::removeFiles(const QStringList& paths)
+{
+    QStringList normalized;
+    normalized.reserve(paths.size());
+    for (const QString& path : paths)
+        normalized << normalizedPath(QFileInfo(path));
+    const QStringList removed = m_model->removePaths(normalized);
+    updateState();
+    if (!removed.isEmpty())
+        emit filesRemoved(removed);
+    return removed;
+}
+
+QStringList PhotoPreview::removeHighlighted()
+{
+    return removeFiles(highlightedFiles());
+}
+
+void PhotoPreview::clear()
+{
+    removeFiles(m_model->paths());
+}
+
+QStringList PhotoPreview::getFiles() const
+{
+    return m_proxy->pathsInOrder(false);
+}
+
+QStringList PhotoPreview::getSelectedFiles() const
+{
+    return m_proxy->pathsInOrder(true);
+}
+
+int PhotoPreview::fileCount() const
+{
+    return m_model->rowCount();
+}
+
+int PhotoPreview::selectedFileCount() const
+{
+    return m_model->checkedCount();
+}
+
+void PhotoPreview::setFileSelected(const QString& path, bool selected)
+{
+    m_model->setChecked(normalizedPath(QFileInfo(path)), selected);
+}
+
+QStringList PhotoPreview::highlightedFiles() const
+{
+    QModelIndexList rows = m_ui->thumbnail_view->selectionModel()->selectedIndexes();
+    std::sort(rows.begin(), rows.end(), [](const QModelIndex& a, const QModelIndex& b) { return a.row() < b.row(); });
+    QStringList paths;
+    for (const QModelIndex& index : qAsConst(rows))
+        paths << index.data(UiToolkit::ThumbnailListModel::PathRole).toString();
+    return paths;
+}
+
+PhotoPreview::ItemPtr PhotoPreview::item(const QString& path) const
+{
+    return m_model->itemForPath(normalizedPath(QFileInfo(path)));
+}
+
+QHash<QString, QImage> PhotoPreview::getThumbnailData() const
+{
+    QHash<QString, QImage> data;
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        const ItemPtr entry = m_model->itemAt(row);
+        if (entry->state() == UiToolkit::IThumbnailItem::Ready)
+            data.insert(entry->path(), entry->thumbnail());
+    }
+    return data;
+}
+
+void PhotoPreview::setItemFactory(ItemFactory create, ItemValidator validate)
+{
+    m_create = create ? std::move(create) : ItemFactory(defaultItem);
+    m_validate = validate ? std::move(validate) : ItemValidator(defaultValidate);
+}
+
+void PhotoPreview::SetFlyout(QDialog* flyout)
+{
+    m_flyout = flyout;
+}
+
+QDialog* PhotoPreview::getFlyout() const
+{
+    return m_flyout;
+}
+
+void PhotoPreview::SetCanDragNDropWidgetBeVisible(bool visible)
+{
+    m_dropWidgetAllowed = visible;
+    updateState();
+}
+
+bool PhotoPreview::isDragNDropWidgetVisible() const
+{
+    return m_ui->canvas_stack->currentWidget() == m_ui->drop_page;
+}
+
+UiToolkit::ThumbnailView* PhotoPreview::thumbnailView() const
+{
+    return m_ui->thumbnail_view;
+}
+
+QString PhotoPreview::noticeText() const
+{
+    return m_notice;
+}
+
+void PhotoPreview::browseForPhotos()
+{
+    const QStringList chosen = UiBase::FileDialog::getOpenFilesAndFolders(
+        this, tr("Add photos"), m_lastFolder, tr("Photos (*.jpg *.jpeg *.png *.tif *.tiff);;All files (*)"));
+    if (chosen.isEmpty())
+        return;
+    const QFileInfo first(chosen.first());
+    m_lastFolder = first.isDir() ? first.absoluteFilePath() : first.absolutePath();
+    addFiles(chosen);
+}
+
+QStringList PhotoPreview::localPaths(const QMimeData* mime)
+{
+    QStringList paths;
+    if (!mime || !mime->hasUrls())
+        return paths;
+    const QList<QUrl> urls = mime->urls();
+    for (const QUrl& url : urls) {
+        if (url.isLocalFile())
+            paths << url.toLocalFile();
+    }
+    return paths;
+}
+
+void PhotoPreview::dragEnterEvent(QDragEnterEvent* event)
+{
+    if (!localPaths(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+    else
+        event->ignore();
+}
+
+void PhotoPreview::dragMoveEvent(QDragMoveEvent* event)
+{
+    if (!localPaths(event->mimeData()).isEmpty())
+        event->acceptProposedAction();
+    else
+        event->ignore();
+}
+
+void PhotoPreview::dropEvent(QDropEvent* event)
+{
+    const QStringList paths = localPaths(event->mimeData());
+    if (paths.isEmpty()) {
+        event->ignore();
+        return;
+    }
+    event->acceptProposedAction();
+    addFiles(paths);
+}
+
+void PhotoPreview::changeEvent(QEvent* event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::LanguageChange) {
+        m_ui->retranslateUi(this);
+        updateState();
+    }
+}
+
+void PhotoPreview::updateState()
+{
+    const bool empty = m_model->rowCount() == 0;
+    m_ui->canvas_stack->setCurrentWidget(empty && m_dropWidgetAllowed ? m_ui->drop_page : m_ui->thumbnails_page);
+    m_ui->create_button->setEnabled(m_model->checkedCount() > 0);
+    m_ui->remove_button->setEnabled(m_ui->thumbnail_view->selectionModel()->hasSelection());
+    updateCountLabel();
+}
+
+void PhotoPreview::updateCountLabel()
+{
+    const int total = m_model->rowCount();
+    const QString photos = total == 1 ? tr("1 photo") : tr("%1 photos").arg(total);
+    m_ui->count_label->setText(tr("%1, %2 selected").arg(photos).arg(m_model->checkedCount()));
+}
+
+} // namespace AppCreate
+} // namespace Zyn

@@ -1,0 +1,238 @@
+#include "TestPhotos.h"
+
+#include <keelcore/Dispatch.h>
+#include <uitoolkit/LocalImageFileItem.h>
+#include <uitoolkit/ThumbnailLoader.h>
+#include <uitoolkit/ThumbnailPlaceholder.h>
+
+#include <QFile>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <memory>
+#include <vector>
+
+using Zyn::UiToolkit::IThumbnailItem;
+using Zyn::UiToolkit::LocalImageFileItem;
+using Zyn::UiToolkit::ThumbnailLoader;
+using Zyn::UiToolkit::ThumbnailPlaceholder;
+
+namespace {
+// Mean colour of an image, to tell which picture a thumbnail came from.
+QColor meanColor(const QImage& image)
+{
+    qint64 r = 0, g = 0, b = 0;
+    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
+    for (int y = 0; y < rgb.height(); ++y)
+        for (int x = 0; x < rgb.width(); ++x) {
+            const QRgb p = rgb.pixel(x, y);
+            r += qRed(p);
+            g += qGreen(p);
+            b += qBlue(p);
+        }
+    const qint64 n = qint64(rgb.width()) * rgb.height();
+    return n ? QColor(int(r / n), int(g / n), int(b / n)) : QColor();
+}
+
+QImage solid(const QSize& size, const QColor& color)
+{
+    QImage image(size, QImage::Format_RGB32);
+    image.fill(color);
+    return image;
+}
+} // namespace
+
+class TestThumbnailLoader : public QObject {
+    Q_OBJECT
+private:
+    QTemporaryDir m_dir;
+    QString file(const QString& name) const { return m_dir.filePath(name); }
+    ThumbnailLoader* loader() const { return ThumbnailLoader::instance(); }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_dir.isValid());
+    }
+
+    void init()
+    {
+        loader()->setPaused(false);
+        loader()->setMaxInFlight(4);
+        loader()->clearCache();
+        QVERIFY(KeelCore::waitForIdle());
+    }
+
+    void readyFailedAndMissing()
+    {
+        QVERIFY(TestPhotos::writePhoto(file("good.jpg"), QSize(800, 600), 1, false));
+        QVERIFY(TestPhotos::writeCorrupt(file("broken.jpg")));
+        LocalImageFileItem good(file("good.jpg"));
+        LocalImageFileItem broken(file("broken.jpg"));
+        LocalImageFileItem missing(file("gone.jpg"));
+        QCOMPARE(good.displayName(), QString("good.jpg"));
+        QCOMPARE(good.state(), IThumbnailItem::Loading);
+        QVERIFY(good.thumbnail().isNull());
+
+        QSignalSpy changed(&good, &IThumbnailItem::thumbnailChanged);
+        for (auto* item : {&good, &broken, &missing})
+            item->requestThumbnail(IThumbnailItem::Background);
+        QTRY_COMPARE(good.state(), IThumbnailItem::Ready);
+        QTRY_COMPARE(broken.state(), IThumbnailItem::Failed);
+        QTRY_COMPARE(missing.state(), IThumbnailItem::Failed);
+        QCOMPARE(changed.count(), 1);
+
+        QCOMPARE(good.thumbnail().size(), QSize(160, 120));
+        QVERIFY(good.errorText().isEmpty());
+        // A failed item shows the placeholder and says why.
+        const QImage placeholder = ThumbnailPlaceholder::failedImage(ThumbnailLoader::thumbnailSize());
+        QCOMPARE(broken.thumbnail(), placeholder);
+        QVERIFY(placeholder != ThumbnailPlaceholder::loadingImage(ThumbnailLoader::thumbnailSize()));
+        QVERIFY(!broken.errorText().isEmpty());
+        QVERIFY(missing.errorText().contains("missing"));
+        QVERIFY(broken.errorText() != missing.errorText());
+        QVERIFY(!broken.thumbnailPixmap().isNull());
+
+        // Asking again once done starts nothing.
+        const int decodes = loader()->decodeCount();
+        good.requestThumbnail(IThumbnailItem::Visible);
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(loader()->decodeCount(), decodes);
+    }
+
+    void embeddedThumbnailIsPreferred()
+    {
+        // The picture is red and its EXIF thumbnail blue: the colour tells
+        // which one the item shows.
+        const QImage red = solid(QSize(1600, 1200), QColor(220, 20, 20));
+        const QImage blue = solid(QSize(160, 120), QColor(20, 20, 220));
+        QVERIFY(TestPhotos::writeJpeg(file("exif.jpg"), red, blue));
+        QVERIFY(TestPhotos::writeJpeg(file("plain.jpg"), red));
+        QCOMPARE(TestPhotos::readExifThumbnail(file("exif.jpg")).size(), QSize(160, 120));
+        QVERIFY(TestPhotos::readExifThumbnail(file("plain.jpg")).isNull());
+
+        LocalImageFileItem withExif(file("exif.jpg"));
+        LocalImageFileItem plain(file("plain.jpg"));
+        withExif.requestThumbnail(IThumbnailItem::Visible);
+        plain.requestThumbnail(IThumbnailItem::Visible);
+        QTRY_COMPARE(withExif.state(), IThumbnailItem::Ready);
+        QTRY_COMPARE(plain.state(), IThumbnailItem::Ready);
+        QVERIFY(meanColor(withExif.thumbnail()).blue() > 180);
+        QVERIFY(meanColor(plain.thumbnail()).red() > 180);
+    }
+
+    void neverMoreThanTheLimitInFlight()
+    {
+        loader()->setMaxInFlight(2);
+        std::vector<std::unique_ptr<LocalImageFileItem>> items;
+        for (int i = 0; i < 30; ++i) {
+            const QString path = file(QString("limit_%1.jpg").arg(i));
+            QVERIFY(TestPhotos::writePhoto(path, QSize(400, 300), i, i % 2 == 0));
+            items.emplace_back(new LocalImageFileItem(path));
+        }
+        int peak = 0;
+        connect(loader(), &ThumbnailLoader::loadStarted, this,
+                [&peak, this] { peak = std::max(peak, loader()->inFlight()); });
+        QSignalSpy finished(loader(), &ThumbnailLoader::loadFinished);
+        for (auto& item : items)
+            item->requestThumbnail(IThumbnailItem::Background);
+        QCOMPARE(loader()->pendingCount(), 30);
+        QTRY_COMPARE(finished.count(), 30);
+        disconnect(loader(), &ThumbnailLoader::loadStarted, this, nullptr);
+        QCOMPARE(peak, 2);
+        for (auto& item : items)
+            QCOMPARE(item->state(), IThumbnailItem::Ready);
+        QVERIFY(loader()->isIdle());
+    }
+
+    void visibleRequestsGoFirst()
+    {
+        std::vector<std::unique_ptr<LocalImageFileItem>> items;
+        for (int i = 0; i < 40; ++i) {
+            const QString path = file(QString("prio_%1.jpg").arg(i));
+            QVERIFY(TestPhotos::writePhoto(path, QSize(320, 240), i, false));
+            items.emplace_back(new LocalImageFileItem(path));
+        }
+        loader()->setPaused(true);
+        for (auto& item : items)
+            item->requestThumbnail(IThumbnailItem::Background);
+        // A first page was visible, then the user scrolled to the end.
+        loader()->beginVisiblePass();
+        for (int i = 0; i < 5; ++i)
+            items[i]->requestThumbnail(IThumbnailItem::Visible);
+        loader()->beginVisiblePass();
+        QStringList visible;
+        for (int i = 35; i < 40; ++i) {
+            items[i]->requestThumbnail(IThumbnailItem::Visible);
+            visible << items[i]->path();
+        }
+        QCOMPARE(loader()->pendingCount(), 40);
+
+        QStringList started;
+        connect(loader(), &ThumbnailLoader::loadStarted, this, [&started](const QString& path) { started << path; });
+        loader()->setPaused(false);
+        QTRY_COMPARE(started.size(), 40);
+        disconnect(loader(), &ThumbnailLoader::loadStarted, this, nullptr);
+        QCOMPARE(started.mid(0, 5), visible);
+        // The rest in the order they were asked for, each exactly once.
+        QCOMPARE(started.at(5), items[0]->path());
+        QStringList distinct = started;
+        distinct.removeDuplicates();
+        QCOMPARE(distinct.size(), 40);
+    }
+
+    void cacheIsReusedUntilTheFileChanges()
+    {
+        const QString path = file("cached.jpg");
+        QVERIFY(TestPhotos::writeJpeg(path, solid(QSize(640, 480), QColor(20, 200, 20))));
+        {
+            LocalImageFileItem first(path);
+            first.requestThumbnail(IThumbnailItem::Visible);
+            QTRY_COMPARE(first.state(), IThumbnailItem::Ready);
+        }
+        const int decodes = loader()->decodeCount();
+        const int hits = loader()->cacheHitCount();
+        LocalImageFileItem second(path);
+        second.requestThumbnail(IThumbnailItem::Visible);
+        QTRY_COMPARE(second.state(), IThumbnailItem::Ready);
+        QCOMPARE(loader()->decodeCount(), decodes);
+        QCOMPARE(loader()->cacheHitCount(), hits + 1);
+        QVERIFY(meanColor(second.thumbnail()).green() > 150);
+
+        // Replaced by a different photo (other size and content): decoded again.
+        QVERIFY(TestPhotos::writeJpeg(path, solid(QSize(800, 600), QColor(200, 20, 200))));
+        second.reload();
+        QCOMPARE(second.state(), IThumbnailItem::Loading);
+        LocalImageFileItem third(path);
+        third.requestThumbnail(IThumbnailItem::Visible);
+        QTRY_COMPARE(third.state(), IThumbnailItem::Ready);
+        QCOMPARE(loader()->decodeCount(), decodes + 1);
+        QVERIFY(meanColor(third.thumbnail()).red() > 150);
+    }
+
+    void itemDestroyedWhileLoading()
+    {
+        QVERIFY(TestPhotos::writePhoto(file("short.jpg"), QSize(2000, 1500), 3, false));
+        QSignalSpy finished(loader(), &ThumbnailLoader::loadFinished);
+        auto* item = new LocalImageFileItem(file("short.jpg"));
+        // Deleted as soon as its decode is on a worker.
+        int inFlightAtDelete = -1;
+        connect(loader(), &ThumbnailLoader::loadStarted, this, [&inFlightAtDelete, item, this] {
+            inFlightAtDelete = loader()->inFlight();
+            delete item;
+        });
+        QPointer<LocalImageFileItem> guard(item);
+        item->requestThumbnail(IThumbnailItem::Visible);
+        QTRY_COMPARE(finished.count(), 1);
+        disconnect(loader(), &ThumbnailLoader::loadStarted, this, nullptr);
+        QVERIFY(guard.isNull());
+        QCOMPARE(inFlightAtDelete, 1);
+        QCOMPARE(loader()->inFlight(), 0);
+        QVERIFY(loader()->isIdle());
+    }
+};
+
+QTEST_MAIN(TestThumbnailLoader)
+#include "tst_thumbnailloader.moc"

@@ -1,0 +1,180 @@
+#include "FakeThumbnailItem.h"
+
+#include <uitoolkit/ThumbnailListModel.h>
+#include <uitoolkit/ThumbnailProxyModel.h>
+
+#include <QSignalSpy>
+#include <QtTest>
+
+using Zyn::UiToolkit::IThumbnailItem;
+using Zyn::UiToolkit::ThumbnailListModel;
+using Zyn::UiToolkit::ThumbnailProxyModel;
+using ItemPtr = QSharedPointer<IThumbnailItem>;
+
+namespace {
+ItemPtr fake(const QString& path)
+{
+    return ItemPtr(new FakeThumbnailItem(path));
+}
+
+QVector<ItemPtr> fakes(const QStringList& paths)
+{
+    QVector<ItemPtr> items;
+    for (const QString& path : paths)
+        items << fake(path);
+    return items;
+}
+} // namespace
+
+class TestThumbnailModel : public QObject {
+    Q_OBJECT
+private slots:
+    void appendSkipsDuplicatesAndNulls()
+    {
+        ThumbnailListModel model;
+        QSignalSpy inserted(&model, &QAbstractItemModel::rowsInserted);
+        QVector<ItemPtr> batch = fakes({"/p/a.jpg", "/p/b.jpg", "/p/a.jpg"});
+        batch.insert(1, ItemPtr());
+        const QVector<ItemPtr> added = model.appendItems(batch);
+        QCOMPARE(added.size(), 2);
+        QCOMPARE(model.rowCount(), 2);
+        QCOMPARE(inserted.count(), 1);
+        QCOMPARE(model.paths(), QStringList({"/p/a.jpg", "/p/b.jpg"}));
+
+        // A second batch with one known and one new path.
+        const QVector<ItemPtr> again = model.appendItems(fakes({"/p/b.jpg", "/p/c.jpg"}));
+        QCOMPARE(again.size(), 1);
+        QCOMPARE(again.first()->path(), QString("/p/c.jpg"));
+        QCOMPARE(model.rowOf("/p/c.jpg"), 2);
+        QCOMPARE(model.checkedCount(), 3);
+        QCOMPARE(model.index(2).data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
+
+        // Nothing new: no rows inserted.
+        inserted.clear();
+        QVERIFY(model.appendItems(fakes({"/p/a.jpg"})).isEmpty());
+        QCOMPARE(inserted.count(), 0);
+    }
+
+    void removeScatteredRowsKeepsIndexConsistent()
+    {
+        ThumbnailListModel model;
+        model.appendItems(fakes({"/p/0.jpg", "/p/1.jpg", "/p/2.jpg", "/p/3.jpg", "/p/4.jpg", "/p/5.jpg"}));
+        model.setChecked("/p/1.jpg", false);
+        QCOMPARE(model.checkedCount(), 5);
+        QSignalSpy removedRows(&model, &QAbstractItemModel::rowsRemoved);
+        QSignalSpy checked(&model, &ThumbnailListModel::checkedChanged);
+
+        const QStringList removed = model.removePaths({"/p/4.jpg", "/p/1.jpg", "/p/2.jpg", "/p/nope.jpg", "/p/4.jpg"});
+        QCOMPARE(removed, QStringList({"/p/1.jpg", "/p/2.jpg", "/p/4.jpg"}));
+        // Rows 1-2 and 4 are two runs.
+        QCOMPARE(removedRows.count(), 2);
+        QCOMPARE(model.paths(), QStringList({"/p/0.jpg", "/p/3.jpg", "/p/5.jpg"}));
+        for (int row = 0; row < model.rowCount(); ++row)
+            QCOMPARE(model.rowOf(model.paths().at(row)), row);
+        QVERIFY(!model.contains("/p/4.jpg"));
+        // 1.jpg was unchecked: two checked photos went away.
+        QCOMPARE(model.checkedCount(), 3);
+        QCOMPARE(checked.count(), 1);
+        // The removed path can come back.
+        QCOMPARE(model.appendItems(fakes({"/p/1.jpg"})).size(), 1);
+        QCOMPARE(model.rowOf("/p/1.jpg"), 3);
+    }
+
+    void checkStateToggles()
+    {
+        ThumbnailListModel model;
+        model.appendItems(fakes({"/p/a.jpg", "/p/b.jpg"}));
+        QSignalSpy checked(&model, &ThumbnailListModel::checkedChanged);
+        QVERIFY(model.setData(model.index(0), Qt::Unchecked, Qt::CheckStateRole));
+        QCOMPARE(model.checkedCount(), 1);
+        QVERIFY(!model.isChecked(0));
+        // Setting the same state again is not a change.
+        QVERIFY(model.setData(model.index(0), Qt::Unchecked, Qt::CheckStateRole));
+        QCOMPARE(checked.count(), 1);
+        QVERIFY(!model.setData(model.index(0), "x", Qt::DisplayRole));
+        model.setAllChecked(false);
+        QCOMPARE(model.checkedCount(), 0);
+        model.setAllChecked(true);
+        QCOMPARE(model.checkedCount(), 2);
+        QCOMPARE(checked.count(), 3);
+        QVERIFY(model.flags(model.index(0)) & Qt::ItemIsUserCheckable);
+    }
+
+    void itemChangeReachesTheRightRowAfterRemoval()
+    {
+        ThumbnailListModel model;
+        const QVector<ItemPtr> items = fakes({"/p/a.jpg", "/p/b.jpg", "/p/c.jpg"});
+        model.appendItems(items);
+        model.removePaths({"/p/a.jpg"});
+        QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+        auto* c = static_cast<FakeThumbnailItem*>(items.at(2).data());
+        QImage image(10, 8, QImage::Format_RGB32);
+        image.fill(Qt::red);
+        c->finish(image);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed.first().at(0).value<QModelIndex>().row(), 1);
+        QCOMPARE(model.index(1).data(ThumbnailListModel::StateRole).toInt(), int(IThumbnailItem::Ready));
+        QCOMPARE(model.index(1).data(Qt::DecorationRole).value<QPixmap>().size(), QSize(10, 8));
+
+        // A removed item's change no longer reaches the model.
+        changed.clear();
+        static_cast<FakeThumbnailItem*>(items.at(0).data())->finish(image);
+        QCOMPARE(changed.count(), 0);
+    }
+
+    void naturalCompare()
+    {
+        const auto cmp = &ThumbnailProxyModel::naturalCompare;
+        QVERIFY(cmp("IMG_9.jpg", "IMG_10.jpg") < 0);
+        QVERIFY(cmp("IMG_10.jpg", "IMG_9.jpg") > 0);
+        QCOMPARE(cmp("img_0001.JPG", "IMG_0001.jpg"), 0);
+        QVERIFY(cmp("a", "a1") < 0);
+        QVERIFY(cmp("a1", "a") > 0);
+        QVERIFY(cmp("DJI_0999", "DJI_1000") < 0);
+        // Same value, different zeros: still a strict order, both ways round.
+        QVERIFY(cmp("p2", "p002") < 0);
+        QVERIFY(cmp("p002", "p2") > 0);
+        QVERIFY(cmp("x99999999999999999999", "x100000000000000000000") < 0);
+        QVERIFY(cmp("b", "A") > 0);
+    }
+
+    void proxySortsNaturallyAndFilterOnlyHides()
+    {
+        ThumbnailListModel model;
+        model.appendItems(fakes({"/z/IMG_10.jpg", "/a/img_2.jpg", "/b/IMG_1.jpg", "/a/IMG_10.jpg", "/c/DSC_5.JPG"}));
+        ThumbnailProxyModel proxy;
+        proxy.setSourceModel(&model);
+        const QStringList byName = {"/c/DSC_5.JPG", "/b/IMG_1.jpg", "/a/img_2.jpg", "/a/IMG_10.jpg", "/z/IMG_10.jpg"};
+        QCOMPARE(proxy.pathsInOrder(), byName);
+        QCOMPARE(proxy.index(0, 0).data(ThumbnailListModel::PathRole).toString(), byName.first());
+
+        model.setChecked("/a/img_2.jpg", false);
+        QStringList checkedOnly = byName;
+        checkedOnly.removeAll("/a/img_2.jpg");
+        QCOMPARE(proxy.pathsInOrder(true), checkedOnly);
+
+        proxy.setNameFilter("img_1");
+        QCOMPARE(proxy.rowCount(), 3); // IMG_1 and both IMG_10
+        QCOMPARE(proxy.pathsInOrder(), byName);
+
+        proxy.setNameFilter(QString());
+        proxy.setSortMode(ThumbnailProxyModel::AsAdded);
+        QCOMPARE(proxy.pathsInOrder(), model.paths());
+        QCOMPARE(proxy.index(0, 0).data(ThumbnailListModel::PathRole).toString(), QString("/z/IMG_10.jpg"));
+
+        proxy.setSortMode(ThumbnailProxyModel::ByName, Qt::DescendingOrder);
+        QStringList reversed = byName;
+        std::reverse(reversed.begin(), reversed.end());
+        QCOMPARE(proxy.pathsInOrder(), reversed);
+        QCOMPARE(proxy.index(0, 0).data(ThumbnailListModel::PathRole).toString(), reversed.first());
+
+        // A new photo lands in its sorted place.
+        proxy.setSortMode(ThumbnailProxyModel::ByName);
+        model.appendItems(fakes({"/q/IMG_3.jpg"}));
+        QCOMPARE(proxy.pathsInOrder().indexOf("/q/IMG_3.jpg"), 3);
+        QCOMPARE(proxy.index(3, 0).data(ThumbnailListModel::PathRole).toString(), QString("/q/IMG_3.jpg"));
+    }
+};
+
+QTEST_MAIN(TestThumbnailModel)
+#include "tst_thumbnailmodel.moc"
