@@ -67,9 +67,9 @@ private slots:
         });
         QVERIFY(KeelCore::waitForIdle());
         QVERIFY(workerThread != nullptr);
-        QVERIFY(workerThread != qApp->thread());
+        QVERIFY(workerThread != QCoreApplication::instance()->thread());
         QVERIFY(!workerSawMain);
-        QCOMPARE(backThread, qApp->thread());
+        QCOMPARE(backThread, QCoreApplication::instance()->thread());
     }
 
     // With every worker busy, a waiting QoS 1 job goes before waiting QoS 2

@@ -106,17 +106,17 @@ private slots:
             arrived = true;
         });
         CloudService::GetInstance()->getAvailableCloudCredits([](QList<int>) {});
-        QVERIFY(!arrived || thread != qApp->thread());
+        QVERIFY(!arrived || thread != QCoreApplication::instance()->thread());
         QVERIFY(KeelCore::waitForIdle());
         QVERIFY(arrived);
-        QVERIFY(thread != qApp->thread());
+        QVERIFY(thread != QCoreApplication::instance()->thread());
 
         const Answer c = credits(10);
         QVERIFY(c.arrived);
-        QVERIFY(c.thread != qApp->thread());
+        QVERIFY(c.thread != QCoreApplication::instance()->thread());
         const Answer a = available();
         QVERIFY(a.arrived);
-        QVERIFY(a.thread != qApp->thread());
+        QVERIFY(a.thread != QCoreApplication::instance()->thread());
     }
 
     void defaultAccountIsSelfHosted()
