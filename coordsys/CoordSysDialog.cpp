@@ -30,6 +30,7 @@ const int CodeColumn = 0;
 const int DescriptionColumn = 1;
 const int EpsgColumn = 2;
 const QString LL84_CODE = QStringLiteral("LL84");
+int g_rowsPerJob = CoordSysDialog::DEFAULT_ROWS_PER_JOB; // GUI thread only
 
 QString lastChosenKey(bool input)
 {
@@ -236,6 +237,16 @@ void CoordSysDialog::loadProgressCallback(int percent)
     emit progress(percent);
 }
 
+void CoordSysDialog::setRowsPerLoadJob(int rows)
+{
+    g_rowsPerJob = qMax(1, rows);
+}
+
+int CoordSysDialog::rowsPerLoadJob()
+{
+    return g_rowsPerJob;
+}
+
 void CoordSysDialog::loadCoordSystems()
 {
     m_loading = true;
@@ -261,11 +272,13 @@ void CoordSysDialog::loadCoordSystems()
 
     KeelCore::WeakRef<CoordSysDialog> self = weakRef();
     const bool input = m_input;
-    KeelCore::dispatchAsync(KeelCore::QosUserInitiated,
-                            [self, input, generation]() { runLoad(self, input, generation); });
+    const int rowsPerJob = g_rowsPerJob;
+    KeelCore::dispatchAsync(KeelCore::QosUserInitiated, [self, input, generation, rowsPerJob]() {
+        runLoad(self, input, generation, rowsPerJob);
+    });
 }
 
-void CoordSysDialog::runLoad(KeelCore::WeakRef<CoordSysDialog> self, bool input, int generation)
+void CoordSysDialog::runLoad(KeelCore::WeakRef<CoordSysDialog> self, bool input, int generation, int rowsPerJob)
 {
     namespace SR = SpatialReference;
     if (self.expired())
@@ -384,7 +397,7 @@ void CoordSysDialog::runLoad(KeelCore::WeakRef<CoordSysDialog> self, bool input,
             }
             definition->Destroy();
         }
-        if (int(chunk->rows.size()) >= ROWS_PER_JOB)
+        if (int(chunk->rows.size()) >= rowsPerJob)
             postChunk();
     }
     if (!chunk->rows.empty() || !chunk->unitNames.empty())

@@ -58,8 +58,11 @@ public:
     static const QString ECEF_COORD_SYS_TEXT;
 
     // Rows handed to the GUI thread per job while loading; one job per
-    // definition would post tens of thousands of events.
-    static constexpr int ROWS_PER_JOB = 256;
+    // definition would post tens of thousands of events. Taken when a
+    // load starts.
+    static constexpr int DEFAULT_ROWS_PER_JOB = 256;
+    static void setRowsPerLoadJob(int rows);
+    static int rowsPerLoadJob();
 
 signals:
     void dialogShown();
@@ -105,7 +108,7 @@ private:
     void enableOKButton();
 
     // GUI-thread halves of the worker's load.
-    static void runLoad(KeelCore::WeakRef<CoordSysDialog> dialog, bool input, int generation);
+    static void runLoad(KeelCore::WeakRef<CoordSysDialog> dialog, bool input, int generation, int rowsPerJob);
     void applyRowCount(int generation, int rows);
     void applyChunk(int generation, CoordSysLoadChunk& chunk);
     void finishLoad(int generation, int rows, int status, const QString& reason);

@@ -13,6 +13,8 @@ const char* const ECEF_COORD_SYS_RECORD_TEXT = "ECEF##Earth-Centered Earth-Fixed
 
 namespace {
 const int registered = qRegisterMetaType<GcpCoordSysInfo>("Zyn::AppCreate::GcpCoordSysInfo");
+// Signals declared inside the namespace name the type unqualified.
+const int registeredShort = qRegisterMetaType<GcpCoordSysInfo>("GcpCoordSysInfo");
 }
 
 GcpCoordSysInfo::GcpCoordSysInfo(const QString& code, const QString& description, QString epsg, qint32 unit,

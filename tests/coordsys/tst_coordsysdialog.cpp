@@ -1,0 +1,413 @@
+// The catalogue dialog against the real coordinate-system catalogue,
+// driven through its widgets.
+#include <QHeaderView>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTableWidget>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <coordsys/CoordSysDialog.h>
+#include <keelcore/Dispatch.h>
+#include <utilities/Constants.h>
+
+using Zyn::AppCreate::CoordSysDialog;
+using Zyn::AppCreate::GcpCoordSysInfo;
+
+namespace {
+
+QTableWidget* tableOf(CoordSysDialog& dialog)
+{
+    return dialog.findChild<QTableWidget*>(QStringLiteral("table_coordsys"));
+}
+QLineEdit* searchOf(CoordSysDialog& dialog)
+{
+    return dialog.findChild<QLineEdit*>(QStringLiteral("txtbox_search"));
+}
+QPushButton* buttonOf(CoordSysDialog& dialog, const char* name)
+{
+    return dialog.findChild<QPushButton*>(QString::fromLatin1(name));
+}
+
+int rowOf(QTableWidget* table, const QString& code)
+{
+    for (int row = 0; row < table->rowCount(); ++row) {
+        if (table->item(row, 0) && table->item(row, 0)->text() == code)
+            return row;
+    }
+    return -1;
+}
+
+GcpCoordSysInfo recordAt(QTableWidget* table, int row)
+{
+    return table->item(row, 0)->data(Qt::UserRole).value<GcpCoordSysInfo>();
+}
+
+int visibleRows(QTableWidget* table)
+{
+    int count = 0;
+    for (int row = 0; row < table->rowCount(); ++row)
+        count += table->isRowHidden(row) ? 0 : 1;
+    return count;
+}
+
+void clickRow(QTableWidget* table, int row)
+{
+    QTableWidgetItem* item = table->item(row, 0);
+    table->scrollToItem(item);
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, table->visualItemRect(item).center());
+}
+
+QStringList recentOutput()
+{
+    QSettings settings;
+    settings.beginGroup(QString::fromLatin1(Zyn::Utilities::CFG_ELEM_GENERAL));
+    return settings.value(QString::fromLatin1(Zyn::Utilities::CFG_ELEM_COORDSYS_OUT_MRU)).toStringList();
+}
+
+} // namespace
+
+class CoordSysDialogWidgetTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_configDir;
+
+    // Starts the load and waits for the table to be filled and usable.
+    static bool loadAndWait(CoordSysDialog& dialog)
+    {
+        QSignalSpy finished(&dialog, &CoordSysDialog::loadFinished);
+        dialog.loadCoordSystems();
+        return finished.wait(60000) && !dialog.isLoading();
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QCoreApplication::setOrganizationName(QStringLiteral("ZynTest"));
+        QCoreApplication::setApplicationName(QStringLiteral("coordsysdialog"));
+        QVERIFY(m_configDir.isValid());
+        qputenv("ZYN_CONFIG_FILE", m_configDir.filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
+    }
+
+    void init() { QSettings().clear(); }
+
+    void cleanup() { QVERIFY(KeelCore::waitForIdle()); }
+
+    void targetCatalogueHasNoGeographicSystems()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        QSignalSpy progress(&dialog, &CoordSysDialog::progress);
+        QVERIFY(loadAndWait(dialog));
+        QTableWidget* table = tableOf(dialog);
+        QVERIFY(table->isEnabled());
+        QVERIFY(searchOf(dialog)->isEnabled());
+        QVERIFY2(table->rowCount() > 1000, qPrintable(QString::number(table->rowCount())));
+
+        for (int row = 0; row < table->rowCount(); ++row) {
+            const GcpCoordSysInfo info = recordAt(table, row);
+            QVERIFY2(info.isValid(), qPrintable(QStringLiteral("row %1 has no record").arg(row)));
+            QVERIFY2(info.systemType != 2 && info.systemType != 1, qPrintable(info.code));
+            QCOMPARE(table->item(row, 0)->text(), info.code);
+        }
+        QCOMPARE(rowOf(table, QStringLiteral("ECEF")), -1);
+        QCOMPARE(rowOf(table, QStringLiteral("LL84")), -1);
+
+        const int utm = rowOf(table, QStringLiteral("EPSG:32633"));
+        QVERIFY(utm >= 0);
+        QCOMPARE(table->item(utm, 2)->text(), QStringLiteral("32633"));
+        QVERIFY(table->item(utm, 1)->text().contains(QStringLiteral("UTM zone 33N")));
+        QCOMPARE(table->item(utm, 1)->toolTip(), table->item(utm, 1)->text());
+        QCOMPARE(recordAt(table, utm).unit, 1);
+
+        // Without recent systems the catalogue is in code order.
+        for (int row = 1; row < table->rowCount(); ++row)
+            QVERIFY(table->item(row - 1, 0)->text() < table->item(row, 0)->text());
+
+        QVERIFY(!progress.isEmpty());
+        int last = 0;
+        for (const QList<QVariant>& args : qAsConst(progress)) {
+            QVERIFY(args.at(0).toInt() >= last);
+            last = args.at(0).toInt();
+        }
+        QCOMPARE(last, 100);
+    }
+
+    void inputCatalogueHasBuiltInsFirst()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(true);
+        QVERIFY(loadAndWait(dialog));
+        QTableWidget* table = tableOf(dialog);
+        // Both built-ins share order 1, so their codes decide.
+        QCOMPARE(table->item(0, 0)->text(), QStringLiteral("ECEF"));
+        QCOMPARE(table->item(1, 0)->text(), QStringLiteral("LL84"));
+        QCOMPARE(recordAt(table, 0), GcpCoordSysInfo::ecef());
+        const GcpCoordSysInfo ll84 = recordAt(table, 1);
+        QCOMPARE(ll84.epsg, QStringLiteral("4326"));
+        QCOMPARE(ll84.unit, 1001);
+        QCOMPARE(ll84.systemType, 2);
+
+        int geographic = 0;
+        for (int row = 0; row < table->rowCount(); ++row) {
+            const int type = recordAt(table, row).systemType;
+            QVERIFY(type != 1);
+            geographic += type == 2 ? 1 : 0;
+        }
+        QVERIFY(geographic > 100);
+        QVERIFY(rowOf(table, QStringLiteral("EPSG:4258")) >= 0); // ETRS89
+        QVERIFY(rowOf(table, QStringLiteral("EPSG:32633")) >= 0);
+
+        // Lookups are exact and only codes carry records.
+        QVERIFY(dialog.isIdValid(QStringLiteral("EPSG:32633")));
+        QVERIFY(!dialog.isIdValid(QStringLiteral("epsg:32633")));
+        QVERIFY(!dialog.isIdValid(QStringLiteral("32633")));
+        GcpCoordSysInfo found;
+        QVERIFY(dialog.getCoordSysFromId(QStringLiteral("ECEF"), found));
+        QCOMPARE(found, GcpCoordSysInfo::ecef());
+        QVERIFY(!dialog.getCoordSysFromId(QStringLiteral("32633"), found));
+        QVERIFY(!dialog.getCoordSysFromId(QStringLiteral("EPSG:0"), found));
+        QCOMPARE(found, GcpCoordSysInfo::ecef()); // untouched by failed lookups
+    }
+
+    void searchIgnoresCase()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QTableWidget* table = tableOf(dialog);
+        QTRY_VERIFY_WITH_TIMEOUT(!dialog.isLoading() && table->rowCount() > 1000, 60000);
+        const int all = visibleRows(table);
+        QCOMPARE(all, table->rowCount());
+
+        QLineEdit* search = searchOf(dialog);
+        QTRY_VERIFY(search->hasFocus());
+        QTest::keyClicks(search, QStringLiteral("utm zone 33n"));
+        const int utmRow = rowOf(table, QStringLiteral("EPSG:32633"));
+        QVERIFY(!table->isRowHidden(utmRow));
+        const int matches = visibleRows(table);
+        QVERIFY(matches > 0 && matches < 100);
+        for (int row = 0; row < table->rowCount(); ++row) {
+            if (table->isRowHidden(row))
+                continue;
+            const bool hit = table->item(row, 0)->text().contains(QStringLiteral("UTM ZONE 33N"), Qt::CaseInsensitive)
+                || table->item(row, 1)->text().contains(QStringLiteral("UTM ZONE 33N"), Qt::CaseInsensitive);
+            QVERIFY(hit);
+        }
+        QVERIFY(table->isRowHidden(rowOf(table, QStringLiteral("EPSG:2154"))));
+
+        // Codes match too, whatever the case typed; no splitting into words.
+        search->clear();
+        QCOMPARE(visibleRows(table), all);
+        QTest::keyClicks(search, QStringLiteral("epsg:3263"));
+        QVERIFY(!table->isRowHidden(utmRow));
+        search->clear();
+        QTest::keyClicks(search, QStringLiteral("zone 33n utm"));
+        QCOMPARE(visibleRows(table), 0);
+        // The EPSG column is searched as well.
+        search->clear();
+        QTest::keyClicks(search, QStringLiteral("2154"));
+        QVERIFY(!table->isRowHidden(rowOf(table, QStringLiteral("EPSG:2154"))));
+    }
+
+    void okSavesAndListsTheChoiceFirst()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QTableWidget* table = tableOf(dialog);
+        QTRY_VERIFY_WITH_TIMEOUT(!dialog.isLoading() && table->rowCount() > 1000, 60000);
+        QPushButton* ok = buttonOf(dialog, "button_ok");
+        QVERIFY(!ok->isEnabled());
+
+        clickRow(table, rowOf(table, QStringLiteral("EPSG:32633")));
+        QVERIFY(ok->isEnabled());
+        QCOMPARE(dialog.getSelectedCode(), QStringLiteral("EPSG:32633"));
+        QVERIFY(dialog.getIsUserSelected());
+        QTest::mouseClick(ok, Qt::LeftButton);
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false).code, QStringLiteral("EPSG:32633"));
+        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false).epsg, QStringLiteral("32633"));
+        QCOMPARE(recentOutput(), QStringList{QStringLiteral("EPSG:32633")});
+
+        dialog.show();
+        QCOMPARE(table->item(0, 0)->text(), QStringLiteral("EPSG:32633"));
+        QVERIFY(!ok->isEnabled()); // the selection starts empty again
+        QVERIFY(searchOf(dialog)->text().isEmpty());
+
+        clickRow(table, rowOf(table, QStringLiteral("EPSG:2154")));
+        QTest::mouseClick(ok, Qt::LeftButton);
+        dialog.show();
+        QCOMPARE(table->item(0, 0)->text(), QStringLiteral("EPSG:2154"));
+        QCOMPARE(table->item(1, 0)->text(), QStringLiteral("EPSG:32633"));
+        QCOMPARE(recentOutput(), (QStringList{QStringLiteral("EPSG:32633"), QStringLiteral("EPSG:2154")}));
+        dialog.reject();
+    }
+
+    void cancelKeepsEverything()
+    {
+        const GcpCoordSysInfo saved(QStringLiteral("EPSG:2154"), QStringLiteral("RGF93"), QStringLiteral("2154"), 1,
+                                    QString(), 0);
+        CoordSysDialog::saveGcpCoordSysInfo(saved, false);
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        dialog.setSelectedData(saved);
+        dialog.show();
+        QTableWidget* table = tableOf(dialog);
+        QTRY_VERIFY_WITH_TIMEOUT(!dialog.isLoading() && table->rowCount() > 1000, 60000);
+        clickRow(table, rowOf(table, QStringLiteral("EPSG:32633")));
+        QCOMPARE(dialog.getSelectedCode(), QStringLiteral("EPSG:32633"));
+        QTest::mouseClick(buttonOf(dialog, "button_cancel"), Qt::LeftButton);
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(dialog.result(), int(QDialog::Rejected));
+        QVERIFY(table->selectedItems().isEmpty());
+        QCOMPARE(dialog.getSelectedData(), saved);
+        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false), saved);
+        QVERIFY(recentOutput().isEmpty());
+        // A cancelled dialog is complete when shown again.
+        dialog.show();
+        QVERIFY(table->rowCount() > 1000);
+        QVERIFY(!dialog.isLoading());
+        dialog.reject();
+    }
+
+    void keysAndEmptySelection()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QTRY_VERIFY_WITH_TIMEOUT(!dialog.isLoading(), 60000);
+        QLineEdit* search = searchOf(dialog);
+        QTest::keyClicks(search, QStringLiteral("utm"));
+        QTest::keyClick(search, Qt::Key_Return);
+        QTest::keyClick(search, Qt::Key_Enter);
+        QVERIFY(dialog.isVisible());
+        QCOMPARE(search->text(), QStringLiteral("utm"));
+        QTest::keyClick(tableOf(dialog), Qt::Key_Return);
+        QVERIFY(dialog.isVisible());
+        QVERIFY(!buttonOf(dialog, "button_ok")->isEnabled());
+        // Escape is still the ordinary way out.
+        QTest::keyClick(search, Qt::Key_Escape);
+        QVERIFY(!dialog.isVisible());
+        QCOMPARE(dialog.result(), int(QDialog::Rejected));
+    }
+
+    void headerSortsByColumn()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        dialog.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&dialog));
+        QTableWidget* table = tableOf(dialog);
+        QTRY_VERIFY_WITH_TIMEOUT(!dialog.isLoading() && table->rowCount() > 1000, 60000);
+        QHeaderView* header = table->horizontalHeader();
+        const QPoint epsgSection(header->sectionViewportPosition(2) + 5, header->height() / 2);
+        QTest::mousePress(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
+        QTest::mouseRelease(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
+        for (int row = 1; row < table->rowCount(); ++row)
+            QVERIFY(!(table->item(row, 2)->text() < table->item(row - 1, 2)->text()));
+        QVERIFY(table->item(0, 2)->text() < table->item(table->rowCount() - 1, 2)->text());
+        // Every row kept its own record.
+        const int utm = rowOf(table, QStringLiteral("EPSG:32633"));
+        QCOMPARE(table->item(utm, 2)->text(), QStringLiteral("32633"));
+        QCOMPARE(recordAt(table, utm).code, QStringLiteral("EPSG:32633"));
+
+        QTest::mousePress(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
+        QTest::mouseRelease(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
+        QVERIFY(table->item(table->rowCount() - 1, 2)->text() < table->item(0, 2)->text());
+        dialog.reject();
+    }
+
+    void excludedCodesHideOnlyForTargets()
+    {
+        for (const bool input : {false, true}) {
+            CoordSysDialog dialog;
+            dialog.setInput(input);
+            dialog.addExcludedCode(QStringLiteral("EPSG:32633"));
+            dialog.addExcludedCode(QStringLiteral("EPSG:32633"));
+            QCOMPARE(dialog.excludedCodes().size(), 1);
+            dialog.show();
+            QTableWidget* table = tableOf(dialog);
+            QTRY_VERIFY_WITH_TIMEOUT(!dialog.isLoading() && table->rowCount() > 1000, 60000);
+            const int row = rowOf(table, QStringLiteral("EPSG:32633"));
+            QCOMPARE(table->isRowHidden(row), !input);
+            QTest::keyClicks(searchOf(dialog), QStringLiteral("32633"));
+            QCOMPARE(table->isRowHidden(row), !input);
+            dialog.reject();
+        }
+    }
+
+    void closingWhileLoadingLeavesAnEmptyUsableTable()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        dialog.show(); // an empty catalogue starts loading when shown
+        QVERIFY(dialog.isLoading());
+        QTableWidget* table = tableOf(dialog);
+        QVERIFY(!table->isEnabled());
+        QSignalSpy progress(&dialog, &CoordSysDialog::progress);
+        QVERIFY(progress.wait(60000)); // rows are arriving
+        dialog.close();
+        QVERIFY(!dialog.isLoading());
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(table->rowCount(), 0);
+        QVERIFY(table->isEnabled());
+        QVERIFY(searchOf(dialog)->isEnabled());
+
+        // The next showing reads the catalogue afresh.
+        QSignalSpy finished(&dialog, &CoordSysDialog::loadFinished);
+        dialog.show();
+        QVERIFY(finished.wait(60000));
+        QVERIFY(table->rowCount() > 1000);
+        QCOMPARE(visibleRows(table), table->rowCount());
+        dialog.reject();
+    }
+
+    void destroyingWhileLoadingIsSafe()
+    {
+        auto* early = new CoordSysDialog;
+        early->loadCoordSystems();
+        delete early; // before the worker even started
+
+        auto* midway = new CoordSysDialog;
+        midway->setInput(true);
+        QSignalSpy progress(midway, &CoordSysDialog::progress);
+        midway->loadCoordSystems();
+        QVERIFY(progress.wait(60000));
+        delete midway;
+        QVERIFY(KeelCore::waitForIdle());
+
+        // A load started afterwards is not disturbed by the orphaned jobs.
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        QVERIFY(loadAndWait(dialog));
+        QVERIFY(tableOf(dialog)->rowCount() > 1000);
+    }
+
+    void reloadReplacesTheCatalogue()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(true);
+        dialog.loadCoordSystems();
+        QVERIFY(loadAndWait(dialog)); // the first load is superseded
+        QTableWidget* table = tableOf(dialog);
+        const int rows = table->rowCount();
+        QVERIFY(loadAndWait(dialog));
+        QCOMPARE(table->rowCount(), rows);
+        int ecefRows = 0;
+        for (int row = 0; row < table->rowCount(); ++row)
+            ecefRows += table->item(row, 0)->text() == QLatin1String("ECEF") ? 1 : 0;
+        QCOMPARE(ecefRows, 1);
+    }
+};
+
+QTEST_MAIN(CoordSysDialogWidgetTest)
+#include "tst_coordsysdialog.moc"

@@ -1,0 +1,211 @@
+// Recently used coordinate systems: the stored lists, their limit and how
+// they float rows to the top of the catalogue.
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTableWidget>
+#include <QTemporaryDir>
+#include <QtTest>
+
+#include <coordsys/CoordSysDialog.h>
+#include <coordsys/TableWidgetItem.h>
+#include <services/ApplicationService.h>
+#include <services/ConfigManager.h>
+#include <utilities/Constants.h>
+
+#include "ui_CoordSysDialog.h"
+
+namespace Zyn {
+namespace AppCreate {
+
+class CoordSysDialogTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_configDir;
+
+    static Services::ConfigManager* config() { return Services::ApplicationService::GetInstance()->GetConfigManager(); }
+    static void setLimit(int limit) { config()->setValue(QString::fromLatin1(Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT), limit); }
+
+    static QStringList recent(bool input)
+    {
+        QSettings settings;
+        settings.beginGroup(QString::fromLatin1(Utilities::CFG_ELEM_GENERAL));
+        return settings.value(QString::fromLatin1(input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU
+                                                        : Utilities::CFG_ELEM_COORDSYS_OUT_MRU))
+            .toStringList();
+    }
+    static void setRecent(bool input, const QStringList& list)
+    {
+        QSettings settings;
+        settings.beginGroup(QString::fromLatin1(Utilities::CFG_ELEM_GENERAL));
+        settings.setValue(QString::fromLatin1(input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU
+                                                    : Utilities::CFG_ELEM_COORDSYS_OUT_MRU),
+                          list);
+    }
+
+    static QTableWidget* table(CoordSysDialog& dialog) { return dialog.ui->table_coordsys; }
+
+    // Catalogue-like rows, as the loader makes them: code items ordered 1.
+    static void addRow(CoordSysDialog& dialog, const QString& code, int rank = 0)
+    {
+        QTableWidget* t = table(dialog);
+        const int row = t->rowCount();
+        t->insertRow(row);
+        t->setItem(row, 0, new TableWidgetItem(code, false, rank, 1));
+        t->setItem(row, 1, new TableWidgetItem(QStringLiteral("System ") + code));
+        t->setItem(row, 2, new TableWidgetItem(QString()));
+        dialog.setCoordSysInfoData(row, code, QStringLiteral("System ") + code, QString(), 1, QString(), 0);
+    }
+
+    static int rankOf(CoordSysDialog& dialog, const QString& code)
+    {
+        QTableWidget* t = table(dialog);
+        for (int row = 0; row < t->rowCount(); ++row) {
+            if (t->item(row, 0)->text() == code)
+                return static_cast<TableWidgetItem*>(t->item(row, 0))->recentRank();
+        }
+        return -1;
+    }
+
+    static QStringList codeColumn(CoordSysDialog& dialog)
+    {
+        QStringList codes;
+        for (int row = 0; row < table(dialog)->rowCount(); ++row)
+            codes << table(dialog)->item(row, 0)->text();
+        return codes;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QCoreApplication::setOrganizationName(QStringLiteral("ZynTest"));
+        QCoreApplication::setApplicationName(QStringLiteral("coordsysrecent"));
+        QVERIFY(m_configDir.isValid());
+        qputenv("ZYN_CONFIG_FILE", m_configDir.filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
+    }
+
+    void init()
+    {
+        QSettings().clear();
+        config()->remove(QString::fromLatin1(Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT));
+    }
+
+    void fullListDropsOldest()
+    {
+        setLimit(3);
+        CoordSysDialog dialog;
+        addRow(dialog, QStringLiteral("A"), 1);
+        addRow(dialog, QStringLiteral("B"), 2);
+        addRow(dialog, QStringLiteral("C"), 3);
+        addRow(dialog, QStringLiteral("D"));
+        setRecent(false, {QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")});
+
+        dialog.saveRecentlyUsedCoordSys(QStringLiteral("D"), false);
+        QCOMPARE(recent(false), (QStringList{QStringLiteral("B"), QStringLiteral("C"), QStringLiteral("D")}));
+        QCOMPARE(rankOf(dialog, QStringLiteral("A")), 0);
+        QCOMPARE(rankOf(dialog, QStringLiteral("B")), 2); // only the dropped code loses its rank
+        QVERIFY(recent(true).isEmpty());                  // the other slot is untouched
+    }
+
+    void savingAListedCodeMovesItToTheEnd()
+    {
+        setLimit(3);
+        CoordSysDialog dialog;
+        setRecent(true, {QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")});
+        dialog.saveRecentlyUsedCoordSys(QStringLiteral("B"), true);
+        QCOMPARE(recent(true), (QStringList{QStringLiteral("A"), QStringLiteral("C"), QStringLiteral("B")}));
+        // Codes compare case-sensitively: "b" is another system.
+        dialog.saveRecentlyUsedCoordSys(QStringLiteral("b"), true);
+        QCOMPARE(recent(true), (QStringList{QStringLiteral("C"), QStringLiteral("B"), QStringLiteral("b")}));
+    }
+
+    void limitIsReadOnEverySave()
+    {
+        CoordSysDialog dialog;
+        // The host default applies when nothing is configured.
+        const int defaultLimit = Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT_DEFAULT_VALUE;
+        for (int i = 0; i < defaultLimit + 3; ++i)
+            dialog.saveRecentlyUsedCoordSys(QStringLiteral("S%1").arg(i), false);
+        QCOMPARE(recent(false).size(), defaultLimit);
+        QCOMPARE(recent(false).last(), QStringLiteral("S%1").arg(defaultLimit + 2));
+
+        setLimit(2);
+        dialog.saveRecentlyUsedCoordSys(QStringLiteral("X"), false);
+        QCOMPARE(recent(false), (QStringList{QStringLiteral("S%1").arg(defaultLimit + 2), QStringLiteral("X")}));
+
+        // A nonsensical limit still leaves the newest choice remembered.
+        setLimit(0);
+        dialog.saveRecentlyUsedCoordSys(QStringLiteral("Y"), false);
+        QCOMPARE(recent(false), QStringList{QStringLiteral("Y")});
+        setLimit(-5);
+        dialog.saveRecentlyUsedCoordSys(QStringLiteral("Z"), false);
+        QCOMPARE(recent(false), QStringList{QStringLiteral("Z")});
+    }
+
+    void recentRowsFloatToTheTop()
+    {
+        CoordSysDialog dialog;
+        dialog.setInput(true);
+        addRow(dialog, QStringLiteral("EPSG:3000"));
+        addRow(dialog, QStringLiteral("EPSG:1000"));
+        addRow(dialog, QStringLiteral("EPSG:2000"));
+        addRow(dialog, QStringLiteral("LL84"));
+        static_cast<TableWidgetItem*>(table(dialog)->item(3, 0))->setBuiltIn(true);
+        dialog.addCustomCoordSys(1, CoordSysDialog::ECEF_COORD_SYS_TEXT, QStringLiteral("Earth-Centered Earth-Fixed"),
+                                 1, QString(), QString(), 0);
+        // A stale rank from an earlier list must not survive a re-rank.
+        static_cast<TableWidgetItem*>(table(dialog)->item(1, 0))->setRecentRank(9);
+
+        setRecent(true, {QStringLiteral("EPSG:2000"), QStringLiteral("EPSG:3000"), QStringLiteral("GONE")});
+        dialog.moveRecentToTop();
+        QCOMPARE(codeColumn(dialog), (QStringList{QStringLiteral("EPSG:3000"), QStringLiteral("EPSG:2000"),
+                                                  QStringLiteral("ECEF"), QStringLiteral("LL84"),
+                                                  QStringLiteral("EPSG:1000")}));
+        QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:3000")), 2);
+        QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:1000")), 0);
+        // The record travels with its row through the sort.
+        GcpCoordSysInfo info;
+        QVERIFY(dialog.getCoordSysFromId(QStringLiteral("EPSG:2000"), info));
+        QCOMPARE(info.description, QStringLiteral("System EPSG:2000"));
+        QCOMPARE(dialog.getCoordSysInfoData(1).code, QStringLiteral("EPSG:2000"));
+
+        // A code listed twice keeps its later (newer) rank.
+        setRecent(true, {QStringLiteral("EPSG:1000"), QStringLiteral("EPSG:3000"), QStringLiteral("EPSG:1000")});
+        dialog.moveRecentToTop();
+        QCOMPARE(codeColumn(dialog).mid(0, 2), (QStringList{QStringLiteral("EPSG:1000"), QStringLiteral("EPSG:3000")}));
+        QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:1000")), 3);
+        QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:2000")), 0);
+
+        // The output slot's list does not rank an input dialog.
+        setRecent(false, {QStringLiteral("EPSG:2000")});
+        dialog.moveRecentToTop();
+        QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:2000")), 0);
+    }
+
+    void okRecordsTheChoice()
+    {
+        setLimit(3);
+        CoordSysDialog dialog;
+        dialog.setInput(false);
+        addRow(dialog, QStringLiteral("EPSG:1000"));
+        addRow(dialog, QStringLiteral("EPSG:2000"));
+        table(dialog)->selectRow(1);
+        QCOMPARE(dialog.getSelectedCode(), QStringLiteral("EPSG:2000"));
+        QVERIFY(dialog.getIsUserSelected());
+        QVERIFY(dialog.ui->button_ok->isEnabled());
+        dialog.onButtonOKClicked();
+        QCOMPARE(dialog.result(), int(QDialog::Accepted));
+        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false).code, QStringLiteral("EPSG:2000"));
+        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(true).code, QStringLiteral("LL84"));
+        QCOMPARE(recent(false), QStringList{QStringLiteral("EPSG:2000")});
+        // The chosen record stays readable after the dialog closed.
+        QCOMPARE(dialog.getSelectedData().description, QStringLiteral("System EPSG:2000"));
+    }
+};
+
+} // namespace AppCreate
+} // namespace Zyn
+
+QTEST_MAIN(Zyn::AppCreate::CoordSysDialogTest)
+#include "tst_coordsysrecent.moc"

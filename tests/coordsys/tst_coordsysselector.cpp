@@ -1,0 +1,264 @@
+// The coordinate-system field: what it shows, when it announces a change,
+// and where it opens the catalogue.
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QScreen>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTableWidget>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <QtTest>
+
+#include <coordsys/CoordSysDialog.h>
+#include <coordsys/CoordSysSelector.h>
+#include <keelcore/Dispatch.h>
+
+#include <functional>
+
+namespace Zyn {
+namespace AppCreate {
+
+namespace {
+
+QTableWidget* tableOf(CoordSysDialog* dialog)
+{
+    return dialog->findChild<QTableWidget*>(QStringLiteral("table_coordsys"));
+}
+
+void chooseAndConfirm(CoordSysDialog* dialog, const QString& code)
+{
+    QTableWidget* table = tableOf(dialog);
+    for (int row = 0; row < table->rowCount(); ++row) {
+        QTableWidgetItem* item = table->item(row, 0);
+        if (item->text() == code) {
+            table->scrollToItem(item);
+            QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, table->visualItemRect(item).center());
+            break;
+        }
+    }
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("button_ok")), Qt::LeftButton);
+}
+
+void cancel(CoordSysDialog* dialog)
+{
+    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("button_cancel")), Qt::LeftButton);
+}
+
+} // namespace
+
+class CoordSysSelectorTest : public QObject {
+    Q_OBJECT
+
+private:
+    QTemporaryDir m_configDir;
+
+    // Triggers a browse and runs act on the catalogue once it is up.
+    // Answers how often the catalogue came up.
+    static int browse(const std::function<void()>& trigger, CoordSysDialog* dialog,
+                      const std::function<void(CoordSysDialog*)>& act)
+    {
+        int shown = 0;
+        QObject guard; // drops the pending act when the catalogue never opened
+        QTimer::singleShot(0, &guard, [&]() {
+            if (!dialog->isVisible())
+                return;
+            ++shown;
+            act(dialog);
+            if (dialog->isVisible())
+                dialog->reject();
+        });
+        trigger();
+        return shown;
+    }
+
+    static bool loadAndWait(CoordSysSelector& selector)
+    {
+        QSignalSpy finished(selector.dialog(), &CoordSysDialog::loadFinished);
+        selector.loadCoordSystems();
+        return finished.wait(60000);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QCoreApplication::setOrganizationName(QStringLiteral("ZynTest"));
+        QCoreApplication::setApplicationName(QStringLiteral("coordsysselector"));
+        QVERIFY(m_configDir.isValid());
+        qputenv("ZYN_CONFIG_FILE", m_configDir.filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
+    }
+
+    void init() { QSettings().clear(); }
+
+    void cleanup() { QVERIFY(KeelCore::waitForIdle()); }
+
+    void showsTheSavedSystemOrLL84()
+    {
+        CoordSysSelector selector;
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("LL84"));
+        QCOMPARE(selector.getCoordSysData(), GcpCoordSysInfo::ll84());
+        QVERIFY(selector.isInput());
+        QVERIFY(!selector.findChild<QLabel*>(QStringLiteral("label_tar_coord_sys"))->isVisibleTo(&selector));
+        QVERIFY(selector.findChild<QLabel*>(QStringLiteral("label_src_coord_sys"))->isVisibleTo(&selector));
+
+        const GcpCoordSysInfo utm(QStringLiteral("EPSG:32633"), QStringLiteral("WGS 84 / UTM zone 33N"),
+                                  QStringLiteral("32633"), 1, QString(), 0);
+        CoordSysDialog::saveGcpCoordSysInfo(utm, false);
+        QSignalSpy changed(&selector, &CoordSysSelector::coordSysSelectionChanged);
+        selector.setInput(false);
+        QVERIFY(!selector.dialog()->isInput());
+        QVERIFY(selector.findChild<QLabel*>(QStringLiteral("label_tar_coord_sys"))->isVisibleTo(&selector));
+        QVERIFY(!selector.findChild<QLabel*>(QStringLiteral("label_src_coord_sys"))->isVisibleTo(&selector));
+        selector.reset();
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
+        QCOMPARE(selector.getCoordSysData(), utm);
+        QCOMPARE(changed.count(), 0); // resetting announces nothing
+    }
+
+    void defaultGpsSystemUntilTheUserChooses()
+    {
+        CoordSysSelector selector;
+        selector.setInput(false);
+        selector.show();
+        QVERIFY(loadAndWait(selector));
+        QSignalSpy changed(&selector, &CoordSysSelector::coordSysSelectionChanged);
+
+        selector.setDefaultGpsCoordSys(QStringLiteral("EPSG:32633"));
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
+        QCOMPARE(selector.getCoordSysData().epsg, QStringLiteral("32633"));
+        QVERIFY(selector.isCSIdValid());
+        // Unknown and empty codes leave the default as it was.
+        selector.setDefaultGpsCoordSys(QStringLiteral("EPSG:0"));
+        selector.setDefaultGpsCoordSys(QString());
+        QCOMPARE(selector.defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
+        selector.reset();
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
+
+        const int shown = browse([&] { selector.on_button_browse_clicked(); }, selector.dialog(),
+                                 [](CoordSysDialog* d) { chooseAndConfirm(d, QStringLiteral("EPSG:2154")); });
+        QCOMPARE(shown, 1);
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:2154"));
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed.at(0).at(0).value<GcpCoordSysInfo>().code, QStringLiteral("EPSG:2154"));
+
+        // From now on the saved choice wins over the photos' default.
+        selector.reset();
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:2154"));
+        selector.setDefaultGpsCoordSys(QStringLiteral("EPSG:32634"));
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:2154"));
+        QCOMPARE(changed.count(), 1);
+    }
+
+    void defaultGivenDuringLoadAppliesWhenLoaded()
+    {
+        CoordSysSelector selector;
+        selector.setInput(false);
+        QSignalSpy finished(selector.dialog(), &CoordSysDialog::loadFinished);
+        selector.loadCoordSystems();
+        selector.setDefaultGpsCoordSys(QStringLiteral("EPSG:32634"));
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("LL84"));
+        QVERIFY(finished.wait(60000));
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32634"));
+        QCOMPARE(selector.defaultGpsCoordSys().epsg, QStringLiteral("32634"));
+    }
+
+    void announcesOnlyRealChanges()
+    {
+        CoordSysSelector selector;
+        selector.show();
+        QVERIFY(loadAndWait(selector));
+        QSignalSpy changed(&selector, &CoordSysSelector::coordSysSelectionChanged);
+        const auto click = [&] { QTest::mouseClick(selector.findChild<QPushButton*>(QStringLiteral("button_browse")), Qt::LeftButton); };
+
+        // Confirming what is already shown.
+        QCOMPARE(browse(click, selector.dialog(), [](CoordSysDialog* d) { chooseAndConfirm(d, QStringLiteral("LL84")); }), 1);
+        QCOMPARE(changed.count(), 0);
+        // Cancelling after picking another row.
+        QCOMPARE(browse(click, selector.dialog(),
+                        [](CoordSysDialog* d) {
+                            tableOf(d)->selectRow(5);
+                            cancel(d);
+                        }),
+                 1);
+        QCOMPARE(changed.count(), 0);
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("LL84"));
+        QCOMPARE(selector.getCoordSysData().code, QStringLiteral("LL84"));
+        // A real change, through a click on the text box.
+        auto* box = selector.findChild<QLineEdit*>(QStringLiteral("txtbox_coordsys"));
+        QCOMPARE(browse([&] { QTest::mouseClick(box, Qt::LeftButton); }, selector.dialog(),
+                        [](CoordSysDialog* d) { chooseAndConfirm(d, QStringLiteral("ECEF")); }),
+                 1);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed.at(0).at(0).value<GcpCoordSysInfo>(), GcpCoordSysInfo::ecef());
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("ECEF"));
+        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(true), GcpCoordSysInfo::ecef());
+
+        // A disabled field does not open the catalogue.
+        box->setEnabled(false);
+        QCOMPARE(browse(click, selector.dialog(), [](CoordSysDialog*) {}), 0);
+    }
+
+    void programmaticChoiceIsAnnounced()
+    {
+        CoordSysSelector selector;
+        QVERIFY(loadAndWait(selector));
+        QSignalSpy changed(&selector, &CoordSysSelector::coordSysSelectionChanged);
+        const GcpCoordSysInfo utm(QStringLiteral("EPSG:32633"), QStringLiteral("WGS 84 / UTM zone 33N"),
+                                  QStringLiteral("32633"), 1, QString(), 0);
+        selector.setCoordSysData(utm);
+        QCOMPARE(changed.count(), 1);
+        QCOMPARE(changed.at(0).at(0).value<GcpCoordSysInfo>(), utm);
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
+        QVERIFY(selector.isCSIdValid());
+
+        selector.setCoordSysData(GcpCoordSysInfo(QStringLiteral("NOT:A:CODE"), {}, {}, 0, {}, 0));
+        QVERIFY(!selector.isCSIdValid());
+        // Showing the field again does not undo the program's choice.
+        selector.show();
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("NOT:A:CODE"));
+        // Nothing here was saved: the user never confirmed.
+        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(true), GcpCoordSysInfo::ll84());
+    }
+
+    void catalogueSizeAndPlacement()
+    {
+        CoordSysSelector selector;
+        selector.resize(300, 40);
+        selector.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&selector));
+        const QRect screen = QGuiApplication::primaryScreen()->geometry();
+        const auto click = [&] { selector.on_button_browse_clicked(); };
+
+        QRect seen;
+        QSize size;
+        const auto look = [&](CoordSysDialog* d) {
+            seen = d->frameGeometry();
+            size = d->size();
+        };
+        // Near the right edge: the catalogue ends 70 pixels inside the screen.
+        selector.move(screen.right() - selector.width(), screen.center().y() - 20);
+        QCOMPARE(browse(click, selector.dialog(), look), 1);
+        QCOMPARE(size, QSize(550, 600));
+        QCOMPARE(seen.right(), screen.right() - 70);
+
+        // Near the top: its top goes to 70.
+        selector.move(screen.center().x() - 150, screen.top());
+        QCOMPARE(browse(click, selector.dialog(), look), 1);
+        QCOMPARE(seen.top(), 70);
+        QCOMPARE(seen.center().x(), selector.frameGeometry().center().x());
+
+        // A wide field gives a wide catalogue.
+        selector.resize(700, 40);
+        selector.move(screen.center().x() - 350, screen.center().y());
+        QCOMPARE(browse(click, selector.dialog(), look), 1);
+        QCOMPARE(size.width(), 700);
+    }
+};
+
+} // namespace AppCreate
+} // namespace Zyn
+
+QTEST_MAIN(Zyn::AppCreate::CoordSysSelectorTest)
+#include "tst_coordsysselector.moc"
