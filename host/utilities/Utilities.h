@@ -21,7 +21,8 @@ QString getElidedText(const QString& text, int maxChars);
 QImage loadImage(const QString& path);
 
 // A thumbnail of at most maxSize: the JPEG's embedded EXIF thumbnail when it
-// has one at least a quarter of maxSize, else a scaled decode. Null on failure.
+// has one at least half as wide and high as the result would be (a quarter
+// of its area), else a scaled decode. Null on failure. Thread-safe.
 QImage loadThumbnail(const QString& path, const QSize& maxSize);
 
 // Folder of the host's read-only data files (share/zynphoto next to the
