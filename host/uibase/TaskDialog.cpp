@@ -122,6 +122,10 @@ int runDialog(const TaskDialog::Request& request)
     secondaryLabel->setTextInteractionFlags(Qt::TextSelectableByMouse);
     secondaryLabel->setVisible(!request.secondaryText.isEmpty());
     texts->addWidget(secondaryLabel);
+    texts->addStretch(1);
+    // Word-wrapped labels otherwise shrink to a narrow column.
+    mainLabel->setMinimumWidth(320);
+    secondaryLabel->setMinimumWidth(320);
     top->addLayout(texts, 1);
     outer->addLayout(top);
 
