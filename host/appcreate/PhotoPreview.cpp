@@ -132,8 +132,8 @@ QStringList PhotoPreview::addFiles(const QStringList& pathsOrFolders)
     items.reserve(candidates.size());
     for (const QString& path : qAsConst(candidates)) {
         ItemPtr item = m_create ? m_create(path) : defaultItem(path);
-        const bool ok = m_validate ? m_validate(item) : defaultValidate(item);
-        if (!item || !ok) {
+        // A factory that answers nothing has refused the path; validators only see real items.
+        if (!item || !(m_validate ? m_validate(item) : defaultValidate(item))) {
             ++rejected;
             continue;
         }

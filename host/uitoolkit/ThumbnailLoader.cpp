@@ -171,9 +171,10 @@ void ThumbnailLoader::start(LocalImageFileItem* item)
     CacheEntry cached;
     if (const CacheEntry* entry = m_cache.object(path))
         cached = *entry;
+    // A receiver of loadStarted may delete the item: only the weak reference is used after it.
+    QPointer<LocalImageFileItem> weakItem(item);
     emit loadStarted(path);
 
-    QPointer<LocalImageFileItem> weakItem(item);
     QPointer<ThumbnailLoader> self(this);
     const QSize size = thumbnailSize();
     KeelCore::dispatchAsync(KeelCore::QosBackground, [weakItem, self, path, size, cached]() {

@@ -1,0 +1,406 @@
+#include "TestPhotos.h"
+
+#include <appcreate/PhotoPreview.h>
+#include <keelcore/Dispatch.h>
+#include <uibase/FileDialog.h>
+#include <uitoolkit/LocalImageFileItem.h>
+#include <uitoolkit/ThumbnailDelegate.h>
+#include <uitoolkit/ThumbnailListModel.h>
+#include <uitoolkit/ThumbnailLoader.h>
+#include <uitoolkit/ThumbnailPlaceholder.h>
+#include <uitoolkit/ThumbnailProxyModel.h>
+#include <uitoolkit/ThumbnailView.h>
+
+#include <QDialog>
+#include <QDir>
+#include <QLabel>
+#include <QMimeData>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QUrl>
+#include <QtTest>
+
+using Zyn::AppCreate::PhotoPreview;
+using Zyn::UiBase::FileDialog;
+using Zyn::UiToolkit::IThumbnailItem;
+using Zyn::UiToolkit::LocalImageFileItem;
+using Zyn::UiToolkit::ThumbnailDelegate;
+using Zyn::UiToolkit::ThumbnailListModel;
+using Zyn::UiToolkit::ThumbnailLoader;
+
+class TestPhotoPreview : public QObject {
+    Q_OBJECT
+private:
+    QTemporaryDir m_dir;
+
+    QString at(const QString& relative) const { return QDir::cleanPath(m_dir.filePath(relative)); }
+
+    static QPushButton* button(PhotoPreview& canvas, const char* name)
+    {
+        return canvas.findChild<QPushButton*>(QLatin1String(name));
+    }
+
+    static QString countText(PhotoPreview& canvas)
+    {
+        return canvas.findChild<QLabel*>(QStringLiteral("count_label"))->text();
+    }
+
+    static QRect tileOf(PhotoPreview& canvas, const QString& path)
+    {
+        auto* proxy = canvas.proxyModel();
+        for (int row = 0; row < proxy->rowCount(); ++row) {
+            const QModelIndex index = proxy->index(row, 0);
+            if (index.data(ThumbnailListModel::PathRole).toString() == path)
+                return canvas.thumbnailView()->visualRect(index);
+        }
+        return QRect();
+    }
+
+    static int countInState(PhotoPreview& canvas, IThumbnailItem::State state)
+    {
+        int count = 0;
+        for (const QString& path : canvas.getFiles())
+            count += canvas.item(path)->state() == state ? 1 : 0;
+        return count;
+    }
+
+    // Sends a drag entering the canvas and, when accepted, the drop.
+    static bool drop(PhotoPreview& canvas, const QList<QUrl>& urls)
+    {
+        QMimeData mime;
+        mime.setUrls(urls);
+        const QPoint pos(canvas.width() / 2, canvas.height() / 2);
+        QDragEnterEvent enter(pos, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&canvas, &enter);
+        if (!enter.isAccepted())
+            return false;
+        QDropEvent dropEvent(pos, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
+        QCoreApplication::sendEvent(&canvas, &dropEvent);
+        return dropEvent.isAccepted();
+    }
+
+    void showCanvas(PhotoPreview& canvas)
+    {
+        canvas.resize(900, 600);
+        canvas.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&canvas));
+    }
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_dir.isValid());
+        QVERIFY(QDir(m_dir.path()).mkpath("flight/sub/deeper"));
+        QVERIFY(QDir(m_dir.path()).mkpath("loose"));
+        QVERIFY(QDir(m_dir.path()).mkpath("many"));
+        QVERIFY(TestPhotos::writePhoto(at("flight/IMG_1.jpg"), QSize(640, 480), 1, true));
+        QVERIFY(TestPhotos::writePhoto(at("flight/IMG_2.JPG"), QSize(640, 480), 2, false));
+        QVERIFY(TestPhotos::writePhoto(at("flight/IMG_10.jpeg"), QSize(640, 480), 3, true));
+        QVERIFY(TestPhotos::makePicture(QSize(300, 200), 4).save(at("flight/sub/overview.png")));
+        QVERIFY(TestPhotos::writePhoto(at("flight/sub/deeper/IMG_3.jpg"), QSize(640, 480), 5, false));
+        QFile notes(at("flight/notes.txt"));
+        QVERIFY(notes.open(QIODevice::WriteOnly));
+        notes.write("flight log\n");
+        notes.close();
+        for (int i = 1; i <= 4; ++i)
+            QVERIFY(TestPhotos::writePhoto(at(QString("loose/single%1.jpg").arg(i)), QSize(800, 600), 10 + i, i % 2));
+        QVERIFY(TestPhotos::writeCorrupt(at("loose/broken.jpg")));
+        QVERIFY(QFile::copy(at("flight/notes.txt"), at("loose/readme.txt")));
+    }
+
+    void init()
+    {
+        FileDialog::clearHandler();
+        ThumbnailLoader::instance()->setPaused(false);
+        QVERIFY(KeelCore::waitForIdle());
+    }
+
+    void cleanup() { FileDialog::clearHandler(); }
+
+    void addPhotosButtonTakesFilesAndFolders()
+    {
+        PhotoPreview canvas;
+        showCanvas(canvas);
+        QList<FileDialog::Request> requests;
+        FileDialog::setHandler([&](const FileDialog::Request& request) {
+            requests << request;
+            return QStringList({at("loose/single1.jpg"), at("flight")});
+        });
+        QSignalSpy added(&canvas, &PhotoPreview::filesAdded);
+        QSignalSpy selection(&canvas, &PhotoPreview::selectionChanged);
+        QTest::mouseClick(button(canvas, "add_photos_button"), Qt::LeftButton);
+
+        QCOMPARE(requests.size(), 1);
+        QCOMPARE(requests.first().mode, FileDialog::OpenFilesAndFolders);
+        QCOMPARE(requests.first().parent, &canvas);
+        QCOMPARE(added.count(), 1);
+        // The folder is searched recursively for photos of any letter case; the text file is left out.
+        const QStringList expected = {at("loose/single1.jpg"), at("flight/IMG_1.jpg"), at("flight/IMG_2.JPG"),
+                                      at("flight/IMG_10.jpeg"), at("flight/sub/deeper/IMG_3.jpg"),
+                                      at("flight/sub/overview.png")};
+        QCOMPARE(added.first().first().toStringList(), expected);
+        QVERIFY(selection.count() >= 1);
+        QVERIFY(canvas.noticeText().isEmpty());
+        QCOMPARE(canvas.fileCount(), 6);
+        QCOMPARE(canvas.selectedFileCount(), 6);
+        QCOMPARE(countText(canvas), QString("6 photos, 6 selected"));
+        // Display order is by name, numbers by value.
+        QCOMPARE(canvas.getFiles(),
+                 QStringList({at("flight/IMG_1.jpg"), at("flight/IMG_2.JPG"), at("flight/sub/deeper/IMG_3.jpg"),
+                              at("flight/IMG_10.jpeg"), at("flight/sub/overview.png"), at("loose/single1.jpg")}));
+        QCOMPARE(canvas.getSelectedFiles(), canvas.getFiles());
+
+        QTRY_COMPARE(countInState(canvas, IThumbnailItem::Ready), 6);
+        QCOMPARE(canvas.getThumbnailData().size(), 6);
+        QVERIFY(button(canvas, "create_button")->isEnabled());
+
+        // Cancelling the dialog changes nothing.
+        FileDialog::setHandler([](const FileDialog::Request&) { return QStringList(); });
+        QTest::mouseClick(button(canvas, "add_photos_button"), Qt::LeftButton);
+        QCOMPARE(added.count(), 1);
+        QCOMPARE(canvas.fileCount(), 6);
+    }
+
+    void droppedFilesAndFoldersAreAdded()
+    {
+        PhotoPreview canvas;
+        showCanvas(canvas);
+        QSignalSpy added(&canvas, &PhotoPreview::filesAdded);
+        // Nothing local to drop: the drag is refused.
+        QVERIFY(!drop(canvas, {QUrl("https://example.org/photo.jpg")}));
+        QCOMPARE(added.count(), 0);
+
+        QVERIFY(drop(canvas, {QUrl::fromLocalFile(at("flight/sub")), QUrl::fromLocalFile(at("loose/single2.jpg")),
+                              QUrl::fromLocalFile(at("loose/readme.txt"))}));
+        QCOMPARE(added.count(), 1);
+        QCOMPARE(added.first().first().toStringList(),
+                 QStringList({at("flight/sub/deeper/IMG_3.jpg"), at("flight/sub/overview.png"),
+                              at("loose/single2.jpg")}));
+        QCOMPARE(canvas.noticeText(), QString("Skipped: 1 not a photo"));
+        QTRY_COMPARE(countInState(canvas, IThumbnailItem::Ready), 3);
+    }
+
+    void duplicatesAreSkipped()
+    {
+        PhotoPreview canvas;
+        QSignalSpy added(&canvas, &PhotoPreview::filesAdded);
+        QCOMPARE(canvas.addFiles({at("loose/single1.jpg"), at("loose/single1.jpg")}).size(), 1);
+        QCOMPARE(canvas.noticeText(), QString("Skipped: 1 already added"));
+        // The same file spelled another way, and inside a folder with a new one.
+        const QStringList second =
+            canvas.addFiles({m_dir.path() + "/loose/../loose/single1.jpg", at("flight/sub/deeper"),
+                             at("flight/sub/deeper/IMG_3.jpg"), at("loose/nothing_here.jpg")});
+        QCOMPARE(second, QStringList({at("flight/sub/deeper/IMG_3.jpg")}));
+        QCOMPARE(canvas.noticeText(), QString("Skipped: 2 already added, 1 not found"));
+        QCOMPARE(added.count(), 2);
+        // A batch with nothing new emits nothing.
+        QVERIFY(canvas.addFiles({at("loose/single1.jpg")}).isEmpty());
+        QCOMPARE(added.count(), 2);
+        QCOMPARE(canvas.fileCount(), 2);
+    }
+
+    void unreadablePhotoShowsPlaceholder()
+    {
+        PhotoPreview canvas;
+        showCanvas(canvas);
+        canvas.addFiles({at("loose/broken.jpg"), at("loose/single3.jpg")});
+        auto broken = canvas.item(at("loose/broken.jpg"));
+        QVERIFY(broken);
+        QTRY_COMPARE(broken->state(), IThumbnailItem::Failed);
+        QTRY_COMPARE(canvas.item(at("loose/single3.jpg"))->state(), IThumbnailItem::Ready);
+        // Still on the canvas and selected: the user decides whether to remove it.
+        QCOMPARE(canvas.fileCount(), 2);
+        QVERIFY(canvas.getSelectedFiles().contains(at("loose/broken.jpg")));
+        QVERIFY(!canvas.getThumbnailData().contains(at("loose/broken.jpg")));
+
+        const QRect tile = tileOf(canvas, at("loose/broken.jpg"));
+        QVERIFY(tile.isValid());
+        const QString tip = canvas.proxyModel()
+                                ->index(canvas.getFiles().indexOf(at("loose/broken.jpg")), 0)
+                                .data(Qt::ToolTipRole)
+                                .toString();
+        QVERIFY(tip.contains(at("loose/broken.jpg")));
+        QVERIFY(tip.contains(broken->errorText()));
+        // The tile shows the placeholder's pixels (away from the check box).
+        canvas.thumbnailView()->viewport()->update();
+        const QImage shot = canvas.thumbnailView()->viewport()->grab().toImage();
+        const QRect area = ThumbnailDelegate::imageRect(tile);
+        const QImage placeholder =
+            Zyn::UiToolkit::ThumbnailPlaceholder::failedImage(ThumbnailLoader::thumbnailSize());
+        const QPoint probe(area.width() - 6, area.height() - 4);
+        QCOMPARE(QColor(shot.pixel(area.topLeft() + probe)), QColor(placeholder.pixel(probe)));
+    }
+
+    void removeTakesTheHighlightedPhotos()
+    {
+        PhotoPreview canvas;
+        showCanvas(canvas);
+        canvas.addFiles({at("loose")});
+        const QStringList files = canvas.getFiles();
+        QCOMPARE(files.size(), 5);
+        QVERIFY(!button(canvas, "remove_button")->isEnabled());
+        QSignalSpy removed(&canvas, &PhotoPreview::filesRemoved);
+        QSignalSpy selection(&canvas, &PhotoPreview::selectionChanged);
+
+        QWidget* viewport = canvas.thumbnailView()->viewport();
+        QTRY_VERIFY(tileOf(canvas, files.at(3)).isValid());
+        QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier, tileOf(canvas, files.at(3)).center());
+        QTest::mouseClick(viewport, Qt::LeftButton, Qt::ControlModifier, tileOf(canvas, files.at(1)).center());
+        QCOMPARE(canvas.highlightedFiles(), QStringList({files.at(1), files.at(3)}));
+        QVERIFY(button(canvas, "remove_button")->isEnabled());
+        // Highlighting is not selecting for processing.
+        QCOMPARE(canvas.selectedFileCount(), 5);
+
+        QTest::mouseClick(button(canvas, "remove_button"), Qt::LeftButton);
+        QCOMPARE(removed.count(), 1);
+        QCOMPARE(removed.first().first().toStringList(), QStringList({files.at(1), files.at(3)}));
+        QCOMPARE(canvas.getFiles(), QStringList({files.at(0), files.at(2), files.at(4)}));
+        QCOMPARE(canvas.selectedFileCount(), 3);
+        QCOMPARE(countText(canvas), QString("3 photos, 3 selected"));
+        QVERIFY(selection.count() >= 1);
+        QVERIFY(!button(canvas, "remove_button")->isEnabled());
+
+        // The Delete key does the same.
+        QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier, tileOf(canvas, files.at(0)).center());
+        QTest::keyClick(canvas.thumbnailView(), Qt::Key_Delete);
+        QCOMPARE(canvas.getFiles(), QStringList({files.at(2), files.at(4)}));
+        QCOMPARE(removed.count(), 2);
+    }
+
+    void checkBoxesDecideWhatIsProcessed()
+    {
+        PhotoPreview canvas;
+        showCanvas(canvas);
+        canvas.addFiles({at("flight/IMG_1.jpg"), at("flight/IMG_10.jpeg"), at("flight/IMG_2.JPG")});
+        const QStringList files = canvas.getFiles();
+        QCOMPARE(files, QStringList({at("flight/IMG_1.jpg"), at("flight/IMG_2.JPG"), at("flight/IMG_10.jpeg")}));
+        QSignalSpy selection(&canvas, &PhotoPreview::selectionChanged);
+        QSignalSpy create(&canvas, &PhotoPreview::createRequested);
+
+        QTRY_VERIFY(tileOf(canvas, files.at(1)).isValid());
+        QWidget* viewport = canvas.thumbnailView()->viewport();
+        QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier,
+                          ThumbnailDelegate::checkBoxRect(tileOf(canvas, files.at(1))).center());
+        QCOMPARE(selection.count(), 1);
+        QCOMPARE(canvas.selectedFileCount(), 2);
+        QCOMPARE(canvas.getSelectedFiles(), QStringList({files.at(0), files.at(2)}));
+        QCOMPARE(canvas.getFiles(), files);
+        QCOMPARE(countText(canvas), QString("3 photos, 2 selected"));
+
+        canvas.setFileSelected(files.at(0), false);
+        canvas.setFileSelected(files.at(2), false);
+        QCOMPARE(canvas.selectedFileCount(), 0);
+        QCOMPARE(countText(canvas), QString("3 photos, 0 selected"));
+        // Nothing to process: Create is off.
+        QVERIFY(!button(canvas, "create_button")->isEnabled());
+
+        QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier,
+                          ThumbnailDelegate::checkBoxRect(tileOf(canvas, files.at(2))).center());
+        QCOMPARE(canvas.getSelectedFiles(), QStringList({files.at(2)}));
+        QCOMPARE(countText(canvas), QString("3 photos, 1 selected"));
+        QVERIFY(button(canvas, "create_button")->isEnabled());
+        QTest::mouseClick(button(canvas, "create_button"), Qt::LeftButton);
+        QCOMPARE(create.count(), 1);
+
+        // One photo reads as singular.
+        canvas.removeFiles({files.at(0), files.at(1)});
+        QCOMPARE(countText(canvas), QString("1 photo, 1 selected"));
+    }
+
+    void dropInvitationShowsOnlyWhenAllowedAndEmpty()
+    {
+        PhotoPreview canvas;
+        showCanvas(canvas);
+        QVERIFY(!canvas.isDragNDropWidgetVisible());
+        canvas.SetCanDragNDropWidgetBeVisible(true);
+        QVERIFY(canvas.isDragNDropWidgetVisible());
+        auto* label = canvas.findChild<QLabel*>(QStringLiteral("drop_label"));
+        QVERIFY(label && label->isVisible());
+        QCOMPARE(label->text(), QString("Drag and drop photos or folders here"));
+
+        canvas.addFiles({at("loose/single1.jpg")});
+        QVERIFY(!canvas.isDragNDropWidgetVisible());
+        QVERIFY(canvas.thumbnailView()->isVisible());
+        canvas.clear();
+        QVERIFY(canvas.isDragNDropWidgetVisible());
+        canvas.SetCanDragNDropWidgetBeVisible(false);
+        QVERIFY(!canvas.isDragNDropWidgetVisible());
+        // Dropping works whichever page shows.
+        QVERIFY(drop(canvas, {QUrl::fromLocalFile(at("loose/single2.jpg"))}));
+        QCOMPARE(canvas.fileCount(), 1);
+    }
+
+    void itemFactoryDecidesWhatIsAccepted()
+    {
+        PhotoPreview canvas;
+        int created = 0;
+        QStringList validated;
+        canvas.setItemFactory(
+            [&created](const QString& path) -> PhotoPreview::ItemPtr {
+                ++created;
+                if (path.endsWith("single4.jpg"))
+                    return PhotoPreview::ItemPtr();
+                return PhotoPreview::ItemPtr(new LocalImageFileItem(path));
+            },
+            [&validated](PhotoPreview::ItemPtr item) {
+                validated << item->path();
+                return !item->path().endsWith("single2.jpg");
+            });
+        QSignalSpy added(&canvas, &PhotoPreview::filesAdded);
+        const QStringList accepted =
+            canvas.addFiles({at("loose/single1.jpg"), at("loose/single2.jpg"), at("loose/single4.jpg")});
+        QCOMPARE(created, 3);
+        // The refused path never reaches the validator.
+        QCOMPARE(validated, QStringList({at("loose/single1.jpg"), at("loose/single2.jpg")}));
+        QCOMPARE(accepted, QStringList({at("loose/single1.jpg")}));
+        QCOMPARE(added.first().first().toStringList(), accepted);
+        QVERIFY(!canvas.item(at("loose/single2.jpg")));
+        QVERIFY(!canvas.item(at("loose/single4.jpg")));
+        QCOMPARE(canvas.noticeText(), QString("Skipped: 2 not accepted"));
+
+        // Back to the defaults: every local photo is accepted.
+        canvas.setItemFactory(nullptr, nullptr);
+        QCOMPARE(canvas.addFiles({at("loose/single2.jpg"), at("loose/single4.jpg")}).size(), 2);
+        QVERIFY(qobject_cast<LocalImageFileItem*>(canvas.item(at("loose/single4.jpg")).data()));
+    }
+
+    void flyoutIsKeptWeakly()
+    {
+        PhotoPreview canvas;
+        QVERIFY(!canvas.getFlyout());
+        auto* flyout = new QDialog(&canvas);
+        canvas.SetFlyout(flyout);
+        QCOMPARE(canvas.getFlyout(), flyout);
+        delete flyout;
+        QVERIFY(!canvas.getFlyout());
+    }
+
+    void aThousandPhotosLoad()
+    {
+        QTemporaryDir many;
+        QVERIFY(many.isValid());
+        for (int i = 1; i <= 1000; ++i) {
+            const QString path = many.filePath(QString("DJI_%1.JPG").arg(i));
+            QVERIFY(TestPhotos::writePhoto(path, QSize(96, 72), i, i % 3 == 0));
+        }
+        PhotoPreview canvas;
+        showCanvas(canvas);
+        QSignalSpy added(&canvas, &PhotoPreview::filesAdded);
+        QCOMPARE(canvas.addFiles({many.path()}).size(), 1000);
+        QCOMPARE(added.count(), 1);
+        QCOMPARE(countText(canvas), QString("1000 photos, 1000 selected"));
+        QTRY_COMPARE_WITH_TIMEOUT(countInState(canvas, IThumbnailItem::Ready), 1000, 120000);
+        QCOMPARE(countInState(canvas, IThumbnailItem::Failed), 0);
+        const QStringList files = canvas.getFiles();
+        QCOMPARE(files.first(), QDir::cleanPath(many.filePath("DJI_1.JPG")));
+        QCOMPARE(files.at(9), QDir::cleanPath(many.filePath("DJI_10.JPG")));
+        QCOMPARE(files.last(), QDir::cleanPath(many.filePath("DJI_1000.JPG")));
+        QCOMPARE(canvas.getThumbnailData().size(), 1000);
+        QVERIFY(ThumbnailLoader::instance()->isIdle());
+    }
+};
+
+QTEST_MAIN(TestPhotoPreview)
+#include "tst_photopreview.moc"
