@@ -42,19 +42,6 @@ private slots:
         QVERIFY(allOnGui);
     }
 
-    void guiJobsFromOneWorkerKeepTheirOrder()
-    {
-        QList<int> order;
-        KeelCore::dispatchAsync(KeelCore::QosUserInitiated, [&order] {
-            for (int i = 0; i < 100; ++i)
-                KeelCore::dispatchAsync(KeelCore::QosMainThread, [i, &order] { order << i; });
-        });
-        QVERIFY(KeelCore::waitForIdle());
-        QCOMPARE(order.size(), 100);
-        for (int i = 0; i < 100; ++i)
-            QCOMPARE(order.at(i), i);
-    }
-
     void workerJobsRunOffTheGuiThreadAndComeBackToIt()
     {
         QThread* workerThread = nullptr;
@@ -130,13 +117,6 @@ private slots:
         // The counters must come back to zero, or waitForIdle would time out.
         QVERIFY(KeelCore::waitForIdle(5000));
         QVERIFY(after);
-    }
-
-    void emptyJobIsIgnored()
-    {
-        KeelCore::dispatchAsync(KeelCore::QosMainThread, KeelCore::Job());
-        KeelCore::dispatchAsync(KeelCore::QosUserInitiated, KeelCore::Job());
-        QVERIFY(KeelCore::waitForIdle(2000));
     }
 
     void guiJobSubmittedBeforeTheApplicationRunsOnceItExists()

@@ -117,19 +117,6 @@ private slots:
         QCOMPARE(chosen, (QStringList{m_dir.filePath("a.jpg"), m_dir.filePath("photos")}));
     }
 
-    void typedFileNameIsChosen()
-    {
-        onFileDialog([](QFileDialog* dialog) {
-            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
-            auto* choose = dialog->findChild<QPushButton*>("choose_selection_button");
-            QVERIFY(name && choose);
-            QTest::keyClicks(name, "photos");
-            QTest::mouseClick(choose, Qt::LeftButton);
-        });
-        QCOMPARE(FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", m_dir.path(), QString()),
-                 QStringList{m_dir.filePath("photos")});
-    }
-
     void chooseWithoutSelectionTakesTheShownFolder()
     {
         onFileDialog([](QFileDialog* dialog) {
@@ -156,19 +143,6 @@ private slots:
         });
         QVERIFY(FileDialog::getOpenFilesAndFolders(nullptr, "Add", m_dir.path(), QString()).isEmpty());
         QVERIFY(stillOpen);
-    }
-
-    void openFileAcceptsTheTypedFile()
-    {
-        onFileDialog([](QFileDialog* dialog) {
-            auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
-            if (!name)
-                return;
-            QTest::keyClicks(name, "a.jpg");
-            QTest::keyClick(name, Qt::Key_Return);
-        });
-        QCOMPARE(FileDialog::getOpenFileName(nullptr, "Open File", m_dir.path(), "Images (*.jpg)"),
-                 m_dir.filePath("a.jpg"));
     }
 
     void saveAddsTheFiltersSuffix()

@@ -85,12 +85,6 @@ private slots:
         QCOMPARE(Zyn::Utilities::dataDirectory(), QStringLiteral("/tmp/some/where"));
     }
 
-    void applicationIdentity()
-    {
-        setupApplicationIdentity();
-        QCOMPARE(QCoreApplication::organizationName(), QStringLiteral("ZynPhoto"));
-        QCOMPARE(QCoreApplication::applicationName(), QStringLiteral("zynphoto"));
-    }
 };
 
 QTEST_GUILESS_MAIN(TestText)
