@@ -9,6 +9,7 @@
 #include <QDomNodeList>
 #include <QSet>
 
+#include <charconv>
 #include <cmath>
 
 namespace Zyn {
@@ -44,6 +45,25 @@ bool isWhiteOnly(const QString& text)
     return true;
 }
 
+// Plain ASCII decimal text read without the QString conversions; anything
+// else (signs, blanks, locale forms, out of range) is left to the slow path.
+bool readPlainNumber(const QString& field, double* value)
+{
+    const int n = field.size();
+    char buffer[64];
+    if (n == 0 || n > int(sizeof buffer))
+        return false;
+    const QChar* s = field.constData();
+    for (int i = 0; i < n; ++i) {
+        const ushort u = s[i].unicode();
+        if (u > 127)
+            return false;
+        buffer[i] = char(u);
+    }
+    const auto result = std::from_chars(buffer, buffer + n, *value);
+    return result.ec == std::errc() && result.ptr == buffer + n;
+}
+
 bool rowIsBlank(const QStringList& row)
 {
     for (const QString& field : row) {
@@ -60,7 +80,7 @@ GcpCopyFormatter::GcpCopyFormatter(const QString& text, const QList<ColumnRole>&
       m_fieldPattern(QStringLiteral("('.*?'|\".*?\"|[^\\,\\t]+)")),
       m_order(columnOrder),
       m_synonyms(loadHeaderSynonyms()),
-      m_systemLocale(QLocale::system())
+      m_locale(QLocale())
 {
     if (m_order.isEmpty())
         m_order = {NameRole, Coord1Role, Coord2Role, Coord3Role, CheckpointRole};
@@ -152,49 +172,63 @@ QString GcpCopyFormatter::normalizeHeader(const QString& text)
     return out.toCaseFolded();
 }
 
-QStringList GcpCopyFormatter::tokenizeLine(const QString& line, QChar separator)
+namespace {
+
+// A hand-written form of the field pattern ('.*?'|".*?"|[^<separator>\t]+)
+// taken match after match over one line: at each position a quoted text up
+// to the next equal quote, else a run of characters that are neither the
+// separator nor a tab. Works on the line in place, so the only strings made
+// are the fields.
+void tokenizeSpan(const QChar* s, int n, QChar separator, QStringList& fields)
 {
-    // A hand-written form of the field pattern
-    // ('.*?'|".*?"|[^<separator>\t]+) taken match after match: at each
-    // position a quoted text up to the next equal quote, else a run of
-    // characters that are neither the separator nor a tab.
-    QStringList fields;
-    const int n = line.size();
-    const QChar* s = line.constData();
+    const QChar tab = QLatin1Char('\t');
     int p = 0;
     while (p < n) {
         const QChar c = s[p];
         int end = -1; // one past the match
         if (c == QLatin1Char('\'') || c == QLatin1Char('"')) {
-            const int close = line.indexOf(c, p + 1);
-            if (close >= 0)
-                end = close + 1;
+            for (int q = p + 1; q < n; ++q) {
+                if (s[q] == c) {
+                    end = q + 1;
+                    break;
+                }
+            }
         }
         if (end < 0) {
-            if (c == separator || c == QLatin1Char('\t')) {
+            if (c == separator || c == tab) {
                 ++p;
                 continue;
             }
             end = p + 1;
-            while (end < n && s[end] != separator && s[end] != QLatin1Char('\t'))
+            while (end < n && s[end] != separator && s[end] != tab)
                 ++end;
         }
 
-        const QString match = line.mid(p, end - p);
-        p = end;
-        if (isWhiteOnly(match)) {
-            fields << match; // a blank cell keeps its column
-            continue;
+        bool blank = true;
+        for (int i = p; i < end && blank; ++i)
+            blank = s[i].isSpace();
+        if (blank) {
+            fields << QString(s + p, end - p); // a blank cell keeps its column
+        } else {
+            int a = p;
+            int b = end;
+            while (a < b && isStripChar(s[a]))
+                ++a;
+            while (b > a && isStripChar(s[b - 1]))
+                --b;
+            if (b > a)
+                fields << QString(s + a, b - a);
         }
-        int a = 0;
-        int b = match.size();
-        while (a < b && isStripChar(match.at(a)))
-            ++a;
-        while (b > a && isStripChar(match.at(b - 1)))
-            --b;
-        if (b > a)
-            fields << (a == 0 && b == match.size() ? match : match.mid(a, b - a));
+        p = end;
     }
+}
+
+} // namespace
+
+QStringList GcpCopyFormatter::tokenizeLine(const QString& line, QChar separator)
+{
+    QStringList fields;
+    tokenizeSpan(line.constData(), line.size(), separator, fields);
     return fields;
 }
 
@@ -215,24 +249,39 @@ void GcpCopyFormatter::tokenize()
     QString text = m_text;
     if (text.startsWith(QChar(0xFEFF)))
         text.remove(0, 1);
-    text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-    text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    if (text.contains(QLatin1Char('\r'))) {
+        text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
+        text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    }
 
-    const QStringList lines = text.split(QLatin1Char('\n'), Compat::SkipEmptyParts);
-    for (const QString& line : lines) {
-        QStringList fields = tokenizeLine(line, m_separator);
-        // A line of blanks is an empty line, not a row of blank cells.
-        if (!fields.isEmpty() && !rowIsBlank(fields))
-            m_rows.append(fields);
+    // Lines are cut at line feeds in place; empty ones give no row.
+    const QChar* s = text.constData();
+    const int n = text.size();
+    QStringList fields;
+    for (int start = 0; start < n;) {
+        int end = start;
+        while (end < n && s[end] != QLatin1Char('\n'))
+            ++end;
+        if (end > start) {
+            tokenizeSpan(s + start, end - start, m_separator, fields);
+            // A line of blanks is an empty line, not a row of blank cells.
+            if (!fields.isEmpty() && !rowIsBlank(fields))
+                m_rows.append(fields);
+            fields.clear();
+        }
+        start = end + 1;
     }
 }
 
 bool GcpCopyFormatter::readNumber(const QString& field, double* value) const
 {
     bool ok = false;
-    double v = field.toDouble(&ok);
+    double v = 0.0;
+    ok = readPlainNumber(field, &v);
     if (!ok)
-        v = m_systemLocale.toDouble(field.trimmed(), &ok);
+        v = field.toDouble(&ok);
+    if (!ok)
+        v = m_locale.toDouble(field.trimmed(), &ok);
     if (!ok || !std::isfinite(v))
         return false;
     if (value)
@@ -247,10 +296,15 @@ bool GcpCopyFormatter::isNumberField(const QString& field) const
 
 bool GcpCopyFormatter::isTrueText(const QString& text)
 {
+    return isTrueText(text, tr("true"));
+}
+
+bool GcpCopyFormatter::isTrueText(const QString& text, const QString& translatedTrue)
+{
     const QString t = text.trimmed();
     return t.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0
-        || t.compare(tr("true"), Qt::CaseInsensitive) == 0 || t.compare(QLatin1String("yes"), Qt::CaseInsensitive) == 0
-        || t == QLatin1String("1");
+        || t.compare(translatedTrue, Qt::CaseInsensitive) == 0
+        || t.compare(QLatin1String("yes"), Qt::CaseInsensitive) == 0 || t == QLatin1String("1");
 }
 
 bool GcpCopyFormatter::isBoolText(const QString& text)
@@ -416,24 +470,20 @@ bool GcpCopyFormatter::inferColumns()
 bool GcpCopyFormatter::validateRows(ParseStatus& status)
 {
     const int nameColumn = m_columns.value(NameRole, -1);
-    QList<int> coordColumns;
-    for (ColumnRole role : kCoordRoles) {
-        if (m_columns.contains(role))
-            coordColumns << m_columns.value(role);
-    }
 
+    // The values read here are kept for building the records.
+    m_values.fill({0.0, 0.0, 0.0}, m_rows.size());
     for (int r = m_rows.size() - 1; r >= m_firstDataRow; --r) {
         const QStringList& row = m_rows.at(r);
         QString reason;
-        for (int c : qAsConst(coordColumns)) {
-            if (c >= row.size()) {
+        for (int i = 0; i < 3 && reason.isEmpty(); ++i) {
+            const int c = m_columns.value(kCoordRoles[i], -1);
+            if (c < 0)
+                continue;
+            if (c >= row.size())
                 reason = tr("without valid coordinates");
-                break;
-            }
-            if (!isNumberField(row.at(c))) {
+            else if (!readNumber(row.at(c), &m_values[r][i]))
                 reason = tr("containing invalid data");
-                break;
-            }
         }
         if (reason.isEmpty() && nameColumn >= 0 && (nameColumn >= row.size() || isWhiteOnly(row.at(nameColumn))))
             reason = tr("without a valid GCP name");
@@ -445,6 +495,7 @@ bool GcpCopyFormatter::validateRows(ParseStatus& status)
             return false;
         }
         m_rows.removeAt(r);
+        m_values.remove(r);
     }
     m_validated = true;
     return true;
@@ -455,19 +506,18 @@ void GcpCopyFormatter::buildRecords(GcpList& gcps) const
     const int nameColumn = m_columns.value(NameRole, -1);
     const int checkColumn = m_columns.value(CheckpointRole, -1);
     DefaultGcpNameGenerator names(m_existingNames);
+    const QString translatedTrue = tr("true");
     gcps.reserve(m_rows.size() - m_firstDataRow);
     for (int r = m_firstDataRow; r < m_rows.size(); ++r) {
         const QStringList& row = m_rows.at(r);
         GcpInfo gcp;
         gcp.name = nameColumn >= 0 ? row.at(nameColumn).trimmed() : names.next();
-        double* coords[] = {&gcp.coord1, &gcp.coord2, &gcp.coord3};
-        for (int i = 0; i < 3; ++i) {
-            const int c = m_columns.value(kCoordRoles[i], -1);
-            if (c >= 0 && c < row.size())
-                readNumber(row.at(c), coords[i]);
-        }
+        const std::array<double, 3>& values = m_values.at(r);
+        gcp.coord1 = values[0];
+        gcp.coord2 = values[1];
+        gcp.coord3 = values[2];
         if (checkColumn >= 0 && checkColumn < row.size())
-            gcp.checkpoint = isTrueText(row.at(checkColumn));
+            gcp.checkpoint = isTrueText(row.at(checkColumn), translatedTrue);
         gcps.append(gcp);
     }
 }

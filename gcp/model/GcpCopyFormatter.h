@@ -8,6 +8,9 @@
 #include <QMap>
 #include <QString>
 #include <QStringList>
+#include <QVector>
+
+#include <array>
 
 namespace Zyn {
 namespace AppGcp {
@@ -91,8 +94,8 @@ public:
     // that is not a letter or digit removed ("Elevation (m)" -> "elevation").
     static QString normalizeHeader(const QString& text);
 
-    // Reads a coordinate field: C locale first, then the system locale's
-    // decimal comma. Non-finite values do not count.
+    // Reads a coordinate field: C locale first, then the application's
+    // locale (a decimal comma). Non-finite values do not count.
     bool readNumber(const QString& field, double* value) const;
 
     // Tab-separated text of `gcps`: a header row of columnTitles, then one
@@ -100,6 +103,7 @@ public:
     static QString format(const GcpList& gcps, const QList<ColumnRole>& order, const QStringList& columnTitles);
 
     static bool isTrueText(const QString& text);
+    static bool isTrueText(const QString& text, const QString& translatedTrue);
     static bool isBoolText(const QString& text);
 
 private:
@@ -113,6 +117,7 @@ private:
 
     QString m_text;
     QList<QStringList> m_rows;
+    QVector<std::array<double, 3>> m_values; // coordinates of each row, once validated
     QString m_fieldPattern;
     QChar m_separator = QLatin1Char(',');
     bool m_validated = false;
@@ -128,7 +133,7 @@ private:
     bool m_acceptWithoutHeader = false;
     bool m_semicolonMode = false;
     QStringList m_existingNames;
-    QLocale m_systemLocale;
+    QLocale m_locale; // the application's locale, for decimal commas
 };
 
 } // namespace AppGcp

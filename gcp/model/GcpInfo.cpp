@@ -1,18 +1,34 @@
 #include "GcpInfo.h"
 
+#include <QRandomGenerator>
 #include <QUuid>
 
 namespace Zyn {
 namespace AppGcp {
 
-GcpInfo::GcpInfo() : id(QUuid::createUuid().toString()) {}
-
 namespace {
+
+// A random (version 4) UUID. QUuid::createUuid draws on the CPU's hardware
+// generator, which costs microseconds per call on some machines; ids only
+// need to be unique within a session (they are never saved), so the
+// system-seeded global generator is enough and keeps large pastes fast.
+QString freshId()
+{
+    quint32 w[4];
+    QRandomGenerator::global()->fillRange(w);
+    const QUuid uuid(w[0], quint16(w[1]), quint16((w[1] >> 16 & 0x0FFF) | 0x4000), uchar((w[2] & 0x3F) | 0x80),
+                     uchar(w[2] >> 8), uchar(w[2] >> 16), uchar(w[2] >> 24), uchar(w[3]), uchar(w[3] >> 8),
+                     uchar(w[3] >> 16), uchar(w[3] >> 24));
+    return uuid.toString();
+}
+
 QString candidateName(int n)
 {
     return QStringLiteral("GCP%1").arg(n);
 }
 } // namespace
+
+GcpInfo::GcpInfo() : id(freshId()) {}
 
 QString makeDefaultGcpName(QStringList names)
 {

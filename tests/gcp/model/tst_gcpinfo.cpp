@@ -101,13 +101,17 @@ private slots:
         QCOMPARE(a.coord3, 0.0);
         QVERIFY(!a.colour.isValid());
         QVERIFY(!a.checkpoint);
-        QVERIFY(QRegularExpression(QStringLiteral("^\\{[0-9a-f]{8}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{4}-[0-9a-f]{12}\\}$"))
+        QVERIFY(QRegularExpression(QStringLiteral("^\\{[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}\\}$"))
                     .match(a.id)
                     .hasMatch());
         // Equal contents, distinct identities; a copy keeps its identity.
         QVERIFY(a.id != b.id);
         const GcpInfo copy = a;
         QCOMPARE(copy.id, a.id);
+        QSet<QString> ids;
+        for (int i = 0; i < 20000; ++i)
+            ids.insert(GcpInfo().id);
+        QCOMPARE(ids.size(), 20000);
 
         const GcpMarker marker;
         QCOMPARE(marker.kind, 1);
