@@ -51,7 +51,12 @@ bool CreateModelFlyout::HasUserAcceptedTermsAndConditions() const
 {
     QSettings settings;
     settings.beginGroup(QLatin1String(Utilities::CFG_ELEM_GENERAL));
-    return settings.value(QLatin1String(Utilities::CFG_ELEM_TERMS_ACCEPTED), false).toBool();
+    const QVariant value = settings.value(QLatin1String(Utilities::CFG_ELEM_TERMS_ACCEPTED));
+    // Only a clear yes counts; a damaged value asks again rather than assume.
+    if (value.type() == QVariant::Bool)
+        return value.toBool();
+    const QString text = value.toString().trimmed().toLower();
+    return text == QLatin1String("true") || text == QLatin1String("1");
 }
 
 QString CreateModelFlyout::termsAndConditionsText()

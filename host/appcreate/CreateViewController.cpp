@@ -268,6 +268,19 @@ void CreateViewController::onFlyoutAccepted()
         return;
     }
     emit projectSubmitted(folder);
+
+    // Done here: back to where the project list shows the new project.
+    for (QObject* o = parent(); o; o = o->parent()) {
+        auto* panel = qobject_cast<UiBase::BaseViewController*>(o);
+        if (panel && panel->presentingViewController()) {
+            const auto ref = panel->weakRef();
+            KeelCore::dispatchAsync(KeelCore::QosMainThread, [ref] {
+                if (UiBase::BaseViewController* p = ref.lock())
+                    p->dismissViewController();
+            });
+            break;
+        }
+    }
 }
 
 void CreateViewController::onCanvasFilesChanged()
