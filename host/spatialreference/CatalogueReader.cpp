@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <memory>
+#include <mutex>
 #include <unordered_map>
 #include <unordered_set>
 
@@ -152,6 +153,10 @@ bool readExtras(const char* dbPath, ExtraMap& extras, std::string* error)
     return true;
 }
 
+std::mutex cacheMutex;
+std::string cachedPath;
+CatalogueReader::Entries cached;
+
 bool isEarth(const PROJ_CRS_INFO* info)
 {
     // Entries without a body come from older databases, which hold Earth only.
@@ -235,18 +240,34 @@ UnitCode CatalogueReader::unitFromWkt(const std::string& wkt)
     return UnitCode::OtherLinear;
 }
 
-Status CatalogueReader::readAll(std::vector<CatalogueEntry>& entries, std::string* error)
+void CatalogueReader::clearCache()
 {
-    entries.clear();
+    std::lock_guard<std::mutex> lock(cacheMutex);
+    cached.reset();
+    cachedPath.clear();
+}
+
+Status CatalogueReader::readAll(Entries& shared, std::string* error)
+{
+    shared.reset();
     QElapsedTimer timer;
     timer.start();
     PJ_CONTEXT* ctx = Proj::threadContext();
     const char* dbPath = ctx ? proj_context_get_database_path(ctx) : nullptr;
     if (!dbPath || !*dbPath) {
         if (error)
-            *error = "PROJ's database (proj.db) was not found";
+            *error = "PROJ's database (proj.db) was not found or cannot be opened";
         return DatabaseError;
     }
+
+    {
+        std::lock_guard<std::mutex> lock(cacheMutex);
+        if (cached && cachedPath == dbPath) {
+            shared = cached;
+            return Success;
+        }
+    }
+    auto entries = std::make_shared<std::vector<CatalogueEntry>>();
 
     PROJ_CRS_LIST_PARAMETERS* params = proj_get_crs_list_parameters_create();
     if (!params)
@@ -269,7 +290,7 @@ Status CatalogueReader::readAll(std::vector<CatalogueEntry>& entries, std::strin
         return DatabaseError;
     }
 
-    entries.reserve(static_cast<size_t>(count));
+    entries->reserve(static_cast<size_t>(count));
     // PROJ lists a system once per usage (area of use): keep the first.
     std::unordered_set<std::string> listed;
     listed.reserve(static_cast<size_t>(count));
@@ -290,11 +311,15 @@ Status CatalogueReader::readAll(std::vector<CatalogueEntry>& entries, std::strin
             entry.unit = it->second.unit;
             entry.datum = it->second.datum; // vertical systems have none
         }
-        entries.push_back(std::move(entry));
+        entries->push_back(std::move(entry));
     }
     proj_crs_info_list_destroy(list);
-    qCDebug(lcCatalogue, "catalogue: %zu systems; PROJ list %lld ms, total %lld ms", entries.size(),
+    qCDebug(lcCatalogue, "catalogue: %zu systems; PROJ list %lld ms, total %lld ms", entries->size(),
             static_cast<long long>(listMs), static_cast<long long>(timer.elapsed()));
+    shared = entries;
+    std::lock_guard<std::mutex> lock(cacheMutex);
+    cachedPath = dbPath;
+    cached = shared;
     return Success;
 }
 

@@ -2,6 +2,7 @@
 
 #include <spatialreference/SpatialReference.h>
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -25,9 +26,16 @@ struct CatalogueEntry {
 // milliseconds at most.
 class CatalogueReader {
 public:
+    using Entries = std::shared_ptr<const std::vector<CatalogueEntry>>;
+
     // Every non-deprecated Earth system, in PROJ's order. DatabaseError
     // (with a reason in *error) when the database cannot be found or read.
-    static Status readAll(std::vector<CatalogueEntry>& entries, std::string* error = nullptr);
+    // The database does not change while the program runs, so the list is
+    // read once per database path and shared afterwards.
+    static Status readAll(Entries& entries, std::string* error = nullptr);
+
+    // Forgets the shared list; the next readAll reads the database again.
+    static void clearCache();
 
     // Maps a unit of PROJ's database ("EPSG", "9001") to our unit code.
     // unitType is the database's unit type ("length", "angle", ...), used to

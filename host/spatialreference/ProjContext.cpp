@@ -14,11 +14,13 @@ namespace Proj {
 namespace {
 
 // PROJ writes its complaints to stderr by default; route them into Qt's
-// logging so they can be silenced or collected like the rest.
+// logging instead. They are hidden unless the category is enabled: an
+// unknown code in a user's file is answered by our own return values, and
+// the catalogue logs its own warning when the database is unusable.
 void logToQt(void*, int level, const char* message)
 {
     if (level <= PJ_LOG_ERROR)
-        qCWarning(lcProj, "%s", message);
+        qCInfo(lcProj, "%s", message);
     else
         qCDebug(lcProj, "%s", message);
 }

@@ -154,13 +154,14 @@ Status CoordinateReferenceSystemDefinition::LoadAll(DefinitionArray** out, const
         return Failure;
     *out = nullptr;
 
-    std::vector<CatalogueEntry> entries;
+    CatalogueReader::Entries shared;
     std::string error;
-    const Status status = CatalogueReader::readAll(entries, &error);
-    if (status != Success) {
+    const Status status = CatalogueReader::readAll(shared, &error);
+    if (status != Success || !shared) {
         qCWarning(lcSpatialReference, "Cannot list coordinate systems: %s", error.c_str());
-        return status;
+        return status != Success ? status : Failure;
     }
+    const std::vector<CatalogueEntry>& entries = *shared;
 
     auto isWgs84 = [](const CatalogueEntry& e) { return e.authName == "EPSG" && e.authCode == "4326"; };
     const auto wgs84 = std::find_if(entries.begin(), entries.end(), isWgs84);

@@ -239,7 +239,8 @@ void TestSpatialReference::referenceCounting()
 
 void TestSpatialReference::concurrentLoads()
 {
-    // Each thread reads through its own PROJ context.
+    // Each thread reads the database through its own PROJ context.
+    CatalogueReader::clearCache();
     auto load = [] {
         DefinitionArray* array = nullptr;
         if (CoordinateReferenceSystemDefinition::LoadAll(&array) != Success || !array)
