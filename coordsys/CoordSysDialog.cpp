@@ -62,6 +62,28 @@ int recentListLimit()
                           Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT_DEFAULT_VALUE);
 }
 
+// Holds a widget's painting off for a bulk change. Hiding a row of a
+// painting table recomputes every row position (quadratic over a search).
+class UpdatesOff {
+public:
+    explicit UpdatesOff(QWidget* widget) : m_widget(widget), m_wasEnabled(widget->updatesEnabled())
+    {
+        if (m_wasEnabled)
+            m_widget->setUpdatesEnabled(false);
+    }
+    ~UpdatesOff()
+    {
+        if (m_wasEnabled)
+            m_widget->setUpdatesEnabled(true);
+    }
+    UpdatesOff(const UpdatesOff&) = delete;
+    UpdatesOff& operator=(const UpdatesOff&) = delete;
+
+private:
+    QWidget* m_widget;
+    bool m_wasEnabled;
+};
+
 } // namespace
 
 // Rows made on the worker for one GUI job. Items that never reach the
@@ -545,6 +567,7 @@ void CoordSysDialog::addCustomCoordSys(int order, const QString& code, const QSt
 void CoordSysDialog::searchText(const QString& text)
 {
     QTableWidget* table = ui->table_coordsys;
+    const UpdatesOff updatesOff(table);
     const int rows = table->rowCount();
     const int columns = table->columnCount();
     for (int row = 0; row < rows; ++row) {
@@ -590,6 +613,7 @@ void CoordSysDialog::hideExcludedItems(bool hide)
     if (m_excludedIds.isEmpty())
         return;
     QTableWidget* table = ui->table_coordsys;
+    const UpdatesOff updatesOff(table);
     for (const QString& code : qAsConst(m_excludedIds)) {
         const QList<QTableWidgetItem*> items = table->findItems(code, Qt::MatchExactly | Qt::MatchCaseSensitive);
         for (QTableWidgetItem* item : items)
