@@ -8,6 +8,7 @@
 #include <QListView>
 #include <QPushButton>
 #include <QTemporaryDir>
+#include <QPointer>
 #include <QTimer>
 #include <QtTest>
 
@@ -27,8 +28,9 @@ void onFileDialog(std::function<void(QFileDialog*)> action)
             return;
         timer->stop();
         timer->deleteLater();
+        QPointer<QWidget> guard(dialog);
         action(dialog);
-        if (dialog->isVisible())
+        if (guard && dialog->isVisible())
             dialog->reject();
     });
     timer->start();

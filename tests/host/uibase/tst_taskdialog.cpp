@@ -4,6 +4,7 @@
 #include <QDialog>
 #include <QLabel>
 #include <QPushButton>
+#include <QPointer>
 #include <QTimer>
 #include <QtTest>
 
@@ -26,8 +27,9 @@ void onModalDialog(std::function<void(QDialog*)> action)
             return;
         timer->stop();
         timer->deleteLater();
+        QPointer<QWidget> guard(dialog);
         action(dialog);
-        if (dialog->isVisible())
+        if (guard && dialog->isVisible())
             dialog->reject();
     });
     timer->start();
