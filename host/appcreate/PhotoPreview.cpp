@@ -104,9 +104,10 @@ QStringList PhotoPreview::addFiles(const QStringList& pathsOrFolders)
             continue;
         const QFileInfo info(entry);
         if (info.isDir()) {
-            // Symbolic links to folders are not followed, so a link loop cannot trap the search.
+            // Symbolic links to folders are not followed, so a link loop cannot
+            // trap the search; hidden files (e.g. "._" copies) are not photos.
             QStringList found;
-            QDirIterator it(info.absoluteFilePath(), QDir::Files | QDir::NoDotAndDotDot | QDir::Hidden,
+            QDirIterator it(info.absoluteFilePath(), QDir::Files | QDir::NoDotAndDotDot,
                             QDirIterator::Subdirectories);
             while (it.hasNext()) {
                 it.next();

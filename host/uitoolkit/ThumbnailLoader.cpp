@@ -41,8 +41,9 @@ QSize ThumbnailLoader::thumbnailSize()
 ThumbnailLoader::ThumbnailLoader(QObject* parent)
     : QObject(parent),
       m_cache(kCacheKiB),
-      // Leave a worker free for other background jobs (GPS checks) on small machines.
-      m_maxInFlight(std::max(2, QThread::idealThreadCount()))
+      // Two jobs per worker: one decoding, one waiting, so no worker idles
+      // while a finished thumbnail travels back to the GUI thread.
+      m_maxInFlight(2 * std::max(2, QThread::idealThreadCount()))
 {
 }
 

@@ -100,6 +100,10 @@ private slots:
         QVERIFY(TestPhotos::writePhoto(at("flight/IMG_10.jpeg"), QSize(640, 480), 3, true));
         QVERIFY(TestPhotos::makePicture(QSize(300, 200), 4).save(at("flight/sub/overview.png")));
         QVERIFY(TestPhotos::writePhoto(at("flight/sub/deeper/IMG_3.jpg"), QSize(640, 480), 5, false));
+        // Hidden entries are not the user's photos.
+        QVERIFY(QDir(m_dir.path()).mkpath("flight/.cache"));
+        QVERIFY(TestPhotos::writePhoto(at("flight/.cache/IMG_4.jpg"), QSize(64, 48), 6, false));
+        QVERIFY(TestPhotos::writeCorrupt(at("flight/._IMG_1.jpg")));
         QFile notes(at("flight/notes.txt"));
         QVERIFY(notes.open(QIODevice::WriteOnly));
         notes.write("flight log\n");
