@@ -1,6 +1,7 @@
 #pragma once
 
 #include <keelcore/SharedObject.h>
+#include <uibase/BaseView.h>
 
 #include <QList>
 #include <QObject>
@@ -10,8 +11,6 @@ class QWidget;
 
 namespace Zyn {
 namespace UiBase {
-
-class BaseView;
 
 // How a presented view comes in.
 enum ETransitionDirection : int {
