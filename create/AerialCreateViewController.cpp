@@ -1,0 +1,128 @@
+#include "AerialCreateViewController.h"
+
+#include "AerialSettingsFlyout.h"
+#include "PhotoGpsReader.h"
+
+#include <appcreate/MainState.h>
+#include <appcreate/PhotoPreview.h>
+#include <gis/Gis.h>
+#include <keelcore/Dispatch.h>
+#include <uibase/TaskDialog.h>
+#include <uitoolkit/LocalImageFileItem.h>
+
+#include <QWidget>
+
+namespace Zyn {
+namespace AppCreate {
+
+AerialCreateViewController::AerialCreateViewController(QObject* parent)
+    : CreateViewController(parent)
+{
+}
+
+AerialCreateViewController::~AerialCreateViewController() = default;
+
+void AerialCreateViewController::viewDidLoad()
+{
+    CreateViewController::viewDidLoad();
+    // The GCP command joins m_cmdGroup here once it exists; the group itself
+    // is already in the command manager (adding it again is refused).
+    getCmdMgr()->addCommand(m_cmdGroup);
+
+    auto* state = qobject_cast<MainState*>(getState());
+    if (!state)
+        return;
+    connect(state, &MainState::localPhotosAdded, this, &AerialCreateViewController::onLocalPhotosAdded);
+    // Aerial projects start from the photos the user adds now, not from
+    // the previous session's, and the user opens the browser when ready.
+    state->SetStopReloadingPhotos(true);
+    state->SetAutoBrowseForPhotos(false);
+
+    PhotoPreview* canvas = state->getPhotoCanvas();
+    if (!canvas)
+        return;
+    auto* flyout = new AerialSettingsFlyout(*state, canvas);
+    canvas->SetFlyout(flyout);
+    canvas->SetCanDragNDropWidgetBeVisible(true);
+    setCentralWidget(CentralCanvas, canvas);
+}
+
+void AerialCreateViewController::viewWillDisappear()
+{
+    m_showGpsWarning = false;
+    // The base hides the flyout, which would otherwise float over the
+    // dashboard once the panel is gone.
+    CreateViewController::viewWillDisappear();
+}
+
+QSharedPointer<UiToolkit::IThumbnailItem> AerialCreateViewController::createThumbnailItem(const SCloudFile& file) const
+{
+    return QSharedPointer<UiToolkit::IThumbnailItem>(new UiToolkit::LocalImageFileItem(file.path));
+}
+
+bool AerialCreateViewController::validateThumbnailItem(QSharedPointer<UiToolkit::IThumbnailItem> item) const
+{
+    return item && qobject_cast<UiToolkit::LocalImageFileItem*>(item.data()) != nullptr;
+}
+
+void AerialCreateViewController::onCreateButtonClicked()
+{
+    m_showGpsWarning = false;
+}
+
+void AerialCreateViewController::onLocalPhotosAdded(const QStringList& paths)
+{
+    const KeelCore::WeakRef<BaseViewController> self = weakRef();
+    const QStringList copy = paths;
+    KeelCore::dispatchAsync(KeelCore::QosBackground, [self, copy] {
+        for (const QString& path : copy) {
+            double lon = 0.0, lat = 0.0, alt = 0.0;
+            if (readPhotoGpsPosition(path.toStdWString(), lon, lat, alt))
+                continue;
+            // One warning per batch: the first photo without GPS is enough.
+            const bool allHaveGps = false;
+            KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, allHaveGps] {
+                auto* controller = static_cast<AerialCreateViewController*>(self.lock());
+                if (!controller || !controller->m_showGpsWarning || allHaveGps)
+                    return;
+                QWidget* widget = controller->getQtWidget();
+                if (!widget || !widget->isVisible())
+                    return;
+                controller->showMissingGpsWarning();
+            });
+            break;
+        }
+    });
+}
+
+void AerialCreateViewController::showMissingGpsWarning()
+{
+    const QList<UiBase::TaskDialog::IconButton> buttons{
+        {QStringLiteral(":/resources/images/sys_message_box_button_yes.png"), tr("Continue")}};
+    // The user can only go on; the answer does not matter.
+    UiBase::TaskDialog::showWarningMessage(getQtWidget(), tr("Some photos do not have GPS data"),
+                                           tr("The output will not be geolocated."),
+                                           UiBase::TaskDialog::IconButtonsOnly, buttons);
+}
+
+void AerialCreateViewController::getCoordSysFromLastImage()
+{
+    auto* state = qobject_cast<MainState*>(getState());
+    PhotoPreview* canvas = state ? state->getPhotoCanvas() : nullptr;
+    if (!canvas)
+        return;
+    auto* flyout = qobject_cast<AerialSettingsFlyout*>(canvas->getFlyout());
+    const QStringList selected = canvas->getSelectedFiles();
+    if (selected.isEmpty())
+        return;
+    double lon = 0.0, lat = 0.0, alt = 0.0;
+    if (!readPhotoGpsPosition(selected.constLast().toStdWString(), lon, lat, alt))
+        return;
+    QString zone;
+    Tarn::GIS::getUTMZoneForGPSCoordinates(lon, lat, zone);
+    if (!zone.isEmpty() && flyout)
+        flyout->setDefaultGpsCoordSys(zone);
+}
+
+} // namespace AppCreate
+} // namespace Zyn
