@@ -234,18 +234,36 @@ void CreateViewController::showFlyout()
         connect(flyout, &QDialog::accepted, this, &CreateViewController::onFlyoutAccepted);
         m_connectedFlyout = flyout;
     }
-    // Beside the canvas: at its top right corner, kept on the screen.
-    flyout->adjustSize();
-    QPoint pos = canvas->mapToGlobal(QPoint(canvas->width() - flyout->width() - 16, 16));
-    if (QScreen* screen = canvas->screen()) {
-        const QRect area = screen->availableGeometry();
-        pos.setX(qBound(area.left(), pos.x(), qMax(area.left(), area.right() - flyout->width())));
-        pos.setY(qBound(area.top(), pos.y(), qMax(area.top(), area.bottom() - flyout->height())));
-    }
-    flyout->move(pos);
     flyout->show();
+    placeFlyout();
     flyout->raise();
     flyout->activateWindow();
+    // Once more after the flyout has laid itself out for its first showing.
+    const auto self = weakRef();
+    KeelCore::dispatchAsync(KeelCore::QosMainThread, [self] {
+        if (auto* c = static_cast<CreateViewController*>(self.lock()))
+            c->placeFlyout();
+    });
+}
+
+void CreateViewController::placeFlyout()
+{
+    PhotoPreview* canvas = m_state ? m_state->getPhotoCanvas() : nullptr;
+    QDialog* flyout = canvas ? canvas->getFlyout() : nullptr;
+    if (!flyout || !flyout->isVisible())
+        return;
+    // Beside the canvas: at its top right corner, kept on the screen.
+    const QSize size = flyout->frameGeometry().size();
+    QPoint pos = canvas->mapToGlobal(QPoint(canvas->width() - size.width() - 16, 16));
+    QScreen* screen = QGuiApplication::screenAt(canvas->mapToGlobal(canvas->rect().center()));
+    if (!screen)
+        screen = QGuiApplication::primaryScreen();
+    if (screen) {
+        const QRect area = screen->availableGeometry();
+        pos.setX(qBound(area.left(), pos.x(), qMax(area.left(), area.right() - size.width())));
+        pos.setY(qBound(area.top(), pos.y(), qMax(area.top(), area.bottom() - size.height())));
+    }
+    flyout->move(pos);
 }
 
 void CreateViewController::onFlyoutAccepted()

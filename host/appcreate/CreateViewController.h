@@ -108,6 +108,7 @@ private:
     void onFlyoutAccepted();
     void onCanvasFilesChanged();
     void rebuildCommandBar();
+    void placeFlyout();
     void browseForPhotos();
 
     std::unique_ptr<MainState> m_state;

@@ -144,7 +144,7 @@ void DemoRunner::openCreateView()
                       QStringLiteral("--lat"), QStringLiteral("46.5480"), QStringLiteral("--lon"),
                       QStringLiteral("7.9820"), QStringLiteral("--alt"), QStringLiteral("120"),
                       QStringLiteral("--width"), QStringLiteral("1600"), QStringLiteral("--height"),
-                      QStringLiteral("1200"), QStringLiteral("--no-gps"), QStringLiteral("2")});
+                      QStringLiteral("1200"), QStringLiteral("--zero-gps"), QStringLiteral("2")});
     if (!make.waitForFinished(120000) || make.exitStatus() != QProcess::NormalExit || make.exitCode() != 0) {
         make.kill();
         finish(1, QStringLiteral("demo: %1 failed: %2").arg(tool, make.errorString()));
