@@ -36,7 +36,7 @@ bool isStripChar(QChar c)
     }
 }
 
-bool isWhiteOnly(const QString& text)
+bool isWhiteOnly(const QStringRef& text)
 {
     for (const QChar c : text) {
         if (!c.isSpace())
@@ -47,7 +47,7 @@ bool isWhiteOnly(const QString& text)
 
 // Plain ASCII decimal text read without the QString conversions; anything
 // else (signs, blanks, locale forms, out of range) is left to the slow path.
-bool readPlainNumber(const QString& field, double* value)
+bool readPlainNumber(const QStringRef& field, double* value)
 {
     const int n = field.size();
     char buffer[64];
@@ -64,14 +64,6 @@ bool readPlainNumber(const QString& field, double* value)
     return result.ec == std::errc() && result.ptr == buffer + n;
 }
 
-bool rowIsBlank(const QStringList& row)
-{
-    for (const QString& field : row) {
-        if (!isWhiteOnly(field))
-            return false;
-    }
-    return true;
-}
 
 } // namespace
 
@@ -179,7 +171,12 @@ namespace {
 // to the next equal quote, else a run of characters that are neither the
 // separator nor a tab. Works on the line in place, so the only strings made
 // are the fields.
-void tokenizeSpan(const QChar* s, int n, QChar separator, QStringList& fields)
+struct FieldSpan {
+    int start;
+    int length;
+};
+
+void tokenizeSpan(const QChar* s, int n, QChar separator, int offset, QVector<FieldSpan>& fields)
 {
     const QChar tab = QLatin1Char('\t');
     int p = 0;
@@ -208,7 +205,7 @@ void tokenizeSpan(const QChar* s, int n, QChar separator, QStringList& fields)
         for (int i = p; i < end && blank; ++i)
             blank = s[i].isSpace();
         if (blank) {
-            fields << QString(s + p, end - p); // a blank cell keeps its column
+            fields.append({offset + p, end - p}); // a blank cell keeps its column
         } else {
             int a = p;
             int b = end;
@@ -217,7 +214,7 @@ void tokenizeSpan(const QChar* s, int n, QChar separator, QStringList& fields)
             while (b > a && isStripChar(s[b - 1]))
                 --b;
             if (b > a)
-                fields << QString(s + a, b - a);
+                fields.append({offset + a, b - a});
         }
         p = end;
     }
@@ -227,9 +224,30 @@ void tokenizeSpan(const QChar* s, int n, QChar separator, QStringList& fields)
 
 QStringList GcpCopyFormatter::tokenizeLine(const QString& line, QChar separator)
 {
+    QVector<FieldSpan> spans;
+    tokenizeSpan(line.constData(), line.size(), separator, 0, spans);
     QStringList fields;
-    tokenizeSpan(line.constData(), line.size(), separator, fields);
+    for (const FieldSpan& span : qAsConst(spans))
+        fields << line.mid(span.start, span.length);
     return fields;
+}
+
+QStringRef GcpCopyFormatter::field(int row, int column) const
+{
+    const Span& span = m_fields.at(m_rowSpans.at(row).first + column);
+    return QStringRef(&m_clean, span.start, span.length);
+}
+
+QList<QStringList> GcpCopyFormatter::rows() const
+{
+    QList<QStringList> out;
+    for (int r = 0; r < m_rowSpans.size(); ++r) {
+        QStringList row;
+        for (int c = 0; c < rowSize(r); ++c)
+            row << field(r, c).toString();
+        out << row;
+    }
+    return out;
 }
 
 void GcpCopyFormatter::tokenize()
@@ -246,34 +264,40 @@ void GcpCopyFormatter::tokenize()
 
     // Clipboard text from other systems: a byte-order mark and CR or CRLF
     // line ends would otherwise stick to the first and last fields.
-    QString text = m_text;
-    if (text.startsWith(QChar(0xFEFF)))
-        text.remove(0, 1);
-    if (text.contains(QLatin1Char('\r'))) {
-        text.replace(QLatin1String("\r\n"), QLatin1String("\n"));
-        text.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    m_clean = m_text;
+    if (m_clean.startsWith(QChar(0xFEFF)))
+        m_clean.remove(0, 1);
+    if (m_clean.contains(QLatin1Char('\r'))) {
+        m_clean.replace(QLatin1String("\r\n"), QLatin1String("\n"));
+        m_clean.replace(QLatin1Char('\r'), QLatin1Char('\n'));
     }
 
     // Lines are cut at line feeds in place; empty ones give no row.
-    const QChar* s = text.constData();
-    const int n = text.size();
-    QStringList fields;
+    const QChar* s = m_clean.constData();
+    const int n = m_clean.size();
+    QVector<FieldSpan> spans;
     for (int start = 0; start < n;) {
         int end = start;
         while (end < n && s[end] != QLatin1Char('\n'))
             ++end;
         if (end > start) {
-            tokenizeSpan(s + start, end - start, m_separator, fields);
+            spans.clear();
+            tokenizeSpan(s + start, end - start, m_separator, start, spans);
             // A line of blanks is an empty line, not a row of blank cells.
-            if (!fields.isEmpty() && !rowIsBlank(fields))
-                m_rows.append(fields);
-            fields.clear();
+            bool blank = true;
+            for (const FieldSpan& span : qAsConst(spans))
+                blank = blank && isWhiteOnly(QStringRef(&m_clean, span.start, span.length));
+            if (!blank) {
+                m_rowSpans.append({m_fields.size(), spans.size()});
+                for (const FieldSpan& span : qAsConst(spans))
+                    m_fields.append({span.start, span.length});
+            }
         }
         start = end + 1;
     }
 }
 
-bool GcpCopyFormatter::readNumber(const QString& field, double* value) const
+bool GcpCopyFormatter::readNumber(const QStringRef& field, double* value) const
 {
     bool ok = false;
     double v = 0.0;
@@ -289,37 +313,37 @@ bool GcpCopyFormatter::readNumber(const QString& field, double* value) const
     return true;
 }
 
-bool GcpCopyFormatter::isNumberField(const QString& field) const
+bool GcpCopyFormatter::isNumberField(const QStringRef& field) const
 {
     return readNumber(field, nullptr);
 }
 
-bool GcpCopyFormatter::isTrueText(const QString& text)
+bool GcpCopyFormatter::isTrueText(const QStringRef& text)
 {
     return isTrueText(text, tr("true"));
 }
 
-bool GcpCopyFormatter::isTrueText(const QString& text, const QString& translatedTrue)
+bool GcpCopyFormatter::isTrueText(const QStringRef& text, const QString& translatedTrue)
 {
-    const QString t = text.trimmed();
+    const QStringRef t = text.trimmed();
     return t.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0
         || t.compare(translatedTrue, Qt::CaseInsensitive) == 0
         || t.compare(QLatin1String("yes"), Qt::CaseInsensitive) == 0 || t == QLatin1String("1");
 }
 
-bool GcpCopyFormatter::isBoolText(const QString& text)
+bool GcpCopyFormatter::isBoolText(const QStringRef& text)
 {
-    const QString t = text.trimmed();
+    const QStringRef t = text.trimmed();
     return t.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0
         || t.compare(QLatin1String("false"), Qt::CaseInsensitive) == 0
         || t.compare(tr("true"), Qt::CaseInsensitive) == 0 || t.compare(tr("false"), Qt::CaseInsensitive) == 0;
 }
 
-bool GcpCopyFormatter::matchHeaderRow(const QStringList& row, QMap<ColumnRole, int>* columns) const
+bool GcpCopyFormatter::matchHeaderRow(int row, QMap<ColumnRole, int>* columns) const
 {
     QMap<ColumnRole, int> found;
-    for (int column = 0; column < row.size(); ++column) {
-        const QString cell = normalizeHeader(row.at(column));
+    for (int column = 0; column < rowSize(row); ++column) {
+        const QString cell = normalizeHeader(field(row, column).toString());
         if (cell.isEmpty())
             continue;
         for (ColumnRole role : kAllRoles) {
@@ -343,19 +367,18 @@ bool GcpCopyFormatter::matchHeaderRow(const QStringList& row, QMap<ColumnRole, i
 void GcpCopyFormatter::resolveHeader()
 {
     m_headerResolved = true;
-    const int limit = qMin(m_rows.size(), kHeaderScanRows);
+    const int limit = qMin(rowCount(), kHeaderScanRows);
     for (int r = 0; r < limit; ++r) {
-        const QStringList& row = m_rows.at(r);
         QMap<ColumnRole, int> columns;
-        if (matchHeaderRow(row, &columns)) {
+        if (matchHeaderRow(r, &columns)) {
             m_columns = columns;
             m_headerFound = true;
             m_firstDataRow = r + 1;
             return;
         }
         int numeric = 0;
-        for (const QString& field : row)
-            numeric += isNumberField(field) ? 1 : 0;
+        for (int c = 0; c < rowSize(r); ++c)
+            numeric += isNumberField(field(r, c)) ? 1 : 0;
         if (numeric >= 2)
             break; // data has begun; a header would have come before it
     }
@@ -366,8 +389,8 @@ void GcpCopyFormatter::resolveHeader()
 bool GcpCopyFormatter::inferColumns()
 {
     int width = 0;
-    for (const QStringList& row : qAsConst(m_rows))
-        width = qMax(width, row.size());
+    for (const RowSpan& row : qAsConst(m_rowSpans))
+        width = qMax(width, row.count);
 
     // A column is numeric (or boolean) when most of its filled cells are.
     QVector<bool> numeric(width, false);
@@ -377,12 +400,15 @@ bool GcpCopyFormatter::inferColumns()
         int nonBlank = 0;
         int numbers = 0;
         int bools = 0;
-        for (const QStringList& row : qAsConst(m_rows)) {
-            if (c >= row.size() || isWhiteOnly(row.at(c)))
+        for (int r = 0; r < rowCount(); ++r) {
+            if (c >= rowSize(r))
+                continue;
+            const QStringRef cell = field(r, c);
+            if (isWhiteOnly(cell))
                 continue;
             ++nonBlank;
-            numbers += isNumberField(row.at(c)) ? 1 : 0;
-            bools += isBoolText(row.at(c)) ? 1 : 0;
+            numbers += isNumberField(cell) ? 1 : 0;
+            bools += isBoolText(cell) ? 1 : 0;
         }
         filled[c] = nonBlank > 0;
         numeric[c] = numbers > 0 && 2 * numbers >= nonBlank;
@@ -452,12 +478,11 @@ bool GcpCopyFormatter::inferColumns()
     // Leading lines without a single number in the coordinate columns are
     // an unrecognised header or a title, not data.
     int first = 0;
-    while (first < m_rows.size() - 1 && first < kHeaderScanRows) {
-        const QStringList& row = m_rows.at(first);
+    while (first < rowCount() - 1 && first < kHeaderScanRows) {
         bool anyNumber = false;
         for (int i = 0; i < coordCount; ++i) {
             const int c = coordStart + i;
-            anyNumber = anyNumber || (c < row.size() && isNumberField(row.at(c)));
+            anyNumber = anyNumber || (c < rowSize(first) && isNumberField(field(first, c)));
         }
         if (anyNumber)
             break;
@@ -472,20 +497,21 @@ bool GcpCopyFormatter::validateRows(ParseStatus& status)
     const int nameColumn = m_columns.value(NameRole, -1);
 
     // The values read here are kept for building the records.
-    m_values.fill({0.0, 0.0, 0.0}, m_rows.size());
-    for (int r = m_rows.size() - 1; r >= m_firstDataRow; --r) {
-        const QStringList& row = m_rows.at(r);
+    m_values.fill({0.0, 0.0, 0.0}, rowCount());
+    QVector<bool> keep(rowCount(), true);
+    bool anyDropped = false;
+    for (int r = rowCount() - 1; r >= m_firstDataRow; --r) {
         QString reason;
         for (int i = 0; i < 3 && reason.isEmpty(); ++i) {
             const int c = m_columns.value(kCoordRoles[i], -1);
             if (c < 0)
                 continue;
-            if (c >= row.size())
+            if (c >= rowSize(r))
                 reason = tr("without valid coordinates");
-            else if (!readNumber(row.at(c), &m_values[r][i]))
+            else if (!readNumber(field(r, c), &m_values[r][i]))
                 reason = tr("containing invalid data");
         }
-        if (reason.isEmpty() && nameColumn >= 0 && (nameColumn >= row.size() || isWhiteOnly(row.at(nameColumn))))
+        if (reason.isEmpty() && nameColumn >= 0 && (nameColumn >= rowSize(r) || isWhiteOnly(field(r, nameColumn))))
             reason = tr("without a valid GCP name");
         if (reason.isEmpty())
             continue;
@@ -494,8 +520,21 @@ bool GcpCopyFormatter::validateRows(ParseStatus& status)
             status.message = reason;
             return false;
         }
-        m_rows.removeAt(r);
-        m_values.remove(r);
+        keep[r] = false;
+        anyDropped = true;
+    }
+    if (anyDropped) {
+        // Compacted once, so skipping many rows stays linear.
+        int out = 0;
+        for (int r = 0; r < rowCount(); ++r) {
+            if (!keep.at(r))
+                continue;
+            m_rowSpans[out] = m_rowSpans.at(r);
+            m_values[out] = m_values.at(r);
+            ++out;
+        }
+        m_rowSpans.resize(out);
+        m_values.resize(out);
     }
     m_validated = true;
     return true;
@@ -507,17 +546,16 @@ void GcpCopyFormatter::buildRecords(GcpList& gcps) const
     const int checkColumn = m_columns.value(CheckpointRole, -1);
     DefaultGcpNameGenerator names(m_existingNames);
     const QString translatedTrue = tr("true");
-    gcps.reserve(m_rows.size() - m_firstDataRow);
-    for (int r = m_firstDataRow; r < m_rows.size(); ++r) {
-        const QStringList& row = m_rows.at(r);
+    gcps.reserve(rowCount() - m_firstDataRow);
+    for (int r = m_firstDataRow; r < rowCount(); ++r) {
         GcpInfo gcp;
-        gcp.name = nameColumn >= 0 ? row.at(nameColumn).trimmed() : names.next();
+        gcp.name = nameColumn >= 0 ? field(r, nameColumn).trimmed().toString() : names.next();
         const std::array<double, 3>& values = m_values.at(r);
         gcp.coord1 = values[0];
         gcp.coord2 = values[1];
         gcp.coord3 = values[2];
-        if (checkColumn >= 0 && checkColumn < row.size())
-            gcp.checkpoint = isTrueText(row.at(checkColumn), translatedTrue);
+        if (checkColumn >= 0 && checkColumn < rowSize(r))
+            gcp.checkpoint = isTrueText(field(r, checkColumn), translatedTrue);
         gcps.append(gcp);
     }
 }
@@ -527,17 +565,17 @@ bool GcpCopyFormatter::parse(GcpList& gcps, ParseStatus& status)
     gcps.clear();
     status = ParseStatus{};
 
-    if (m_rows.isEmpty())
+    if (m_rowSpans.isEmpty())
         tokenize();
-    if (m_rows.isEmpty()) {
+    if (m_rowSpans.isEmpty()) {
         status.code = StatusNoData;
         return false;
     }
 
     if (!m_headerResolved) {
         bool separated = false;
-        for (const QStringList& row : qAsConst(m_rows))
-            separated = separated || row.size() > 1;
+        for (const RowSpan& row : qAsConst(m_rowSpans))
+            separated = separated || row.count > 1;
         if (!separated) {
             // One field per line: the text uses a separator we do not split at.
             status.code = StatusCannotParse;
@@ -556,13 +594,13 @@ bool GcpCopyFormatter::parse(GcpList& gcps, ParseStatus& status)
         status.message = tr("No header is found in the copied text.");
         return false;
     }
-    if (m_firstDataRow >= m_rows.size()) {
+    if (m_firstDataRow >= rowCount()) {
         status.code = StatusNoData;
         return false;
     }
     if (!m_validated && !validateRows(status))
         return false;
-    if (m_firstDataRow >= m_rows.size()) {
+    if (m_firstDataRow >= rowCount()) {
         status.code = StatusNoData; // every row was skipped
         return false;
     }

@@ -68,7 +68,9 @@ public:
     bool headerResolved() const { return m_headerResolved; }
     int firstDataRow() const { return m_firstDataRow; }
     bool semicolonMode() const { return m_semicolonMode; }
-    const QList<QStringList>& rows() const { return m_rows; }
+    // The rows and their field texts (header and title lines included).
+    QList<QStringList> rows() const;
+    int rowCount() const { return m_rowSpans.size(); }
     // Column index of each role found in the text (absent: not found).
     const QMap<ColumnRole, int>& columnMap() const { return m_columns; }
     QString fieldPattern() const { return m_fieldPattern; }
@@ -96,27 +98,43 @@ public:
 
     // Reads a coordinate field: C locale first, then the application's
     // locale (a decimal comma). Non-finite values do not count.
-    bool readNumber(const QString& field, double* value) const;
+    bool readNumber(const QStringRef& field, double* value) const;
+    bool readNumber(const QString& field, double* value) const { return readNumber(QStringRef(&field), value); }
 
     // Tab-separated text of `gcps`: a header row of columnTitles, then one
     // line per record with the fields in `order` (empty: the default order).
     static QString format(const GcpList& gcps, const QList<ColumnRole>& order, const QStringList& columnTitles);
 
-    static bool isTrueText(const QString& text);
-    static bool isTrueText(const QString& text, const QString& translatedTrue);
-    static bool isBoolText(const QString& text);
+    static bool isTrueText(const QStringRef& text);
+    static bool isTrueText(const QStringRef& text, const QString& translatedTrue);
+    static bool isBoolText(const QStringRef& text);
 
 private:
+    // Fields are kept as spans of the cleaned text, not as strings of their
+    // own: a large paste then costs one string per record, not per cell.
+    struct Span {
+        int start;
+        int length;
+    };
+    struct RowSpan {
+        int first; // index into m_fields
+        int count;
+    };
+
     void tokenize();
     void resolveHeader();
-    bool matchHeaderRow(const QStringList& row, QMap<ColumnRole, int>* columns) const;
+    bool matchHeaderRow(int row, QMap<ColumnRole, int>* columns) const;
     bool inferColumns();
     bool validateRows(ParseStatus& status);
     void buildRecords(GcpList& gcps) const;
-    bool isNumberField(const QString& field) const;
+    bool isNumberField(const QStringRef& field) const;
+    int rowSize(int row) const { return m_rowSpans.at(row).count; }
+    QStringRef field(int row, int column) const;
 
     QString m_text;
-    QList<QStringList> m_rows;
+    QString m_clean; // m_text without byte-order mark, with LF line ends
+    QVector<Span> m_fields;
+    QVector<RowSpan> m_rowSpans;
     QVector<std::array<double, 3>> m_values; // coordinates of each row, once validated
     QString m_fieldPattern;
     QChar m_separator = QLatin1Char(',');

@@ -154,5 +154,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestGcpPasteFlow)
+QTEST_GUILESS_MAIN(TestGcpPasteFlow)
 #include "tst_gcppasteflow.moc"

@@ -236,5 +236,5 @@ private slots:
     }
 };
 
-QTEST_MAIN(TestSurveyFileFlow)
+QTEST_GUILESS_MAIN(TestSurveyFileFlow)
 #include "tst_surveyfileflow.moc"
