@@ -1,0 +1,287 @@
+// The aerial create view with real synthetic drone photos: what its set-up
+// installs, which items it accepts, the GPS warning per batch and the
+// default coordinate system taken from the last selected photo.
+
+#include <create/AerialCreateViewController.h>
+#include <create/AerialSettingsFlyout.h>
+
+#include <appcreate/MainState.h>
+#include <appcreate/PhotoPreview.h>
+#include <appcreate/SCloudFile.h>
+#include <coordsys/CoordSysDialog.h>
+#include <coordsys/CoordSysSelector.h>
+#include <keelcore/Dispatch.h>
+#include <uibase/BaseView.h>
+#include <uibase/TaskDialog.h>
+#include <uitoolkit/IThumbnailItem.h>
+#include <uitoolkit/LocalImageFileItem.h>
+#include <uitoolkit/ThumbnailProxyModel.h>
+
+#include <QDir>
+#include <QPointer>
+#include <QProcess>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using Zyn::AppCreate::AerialCreateViewController;
+using Zyn::AppCreate::AerialSettingsFlyout;
+using Zyn::AppCreate::CoordSysSelector;
+using Zyn::AppCreate::MainState;
+using Zyn::AppCreate::PhotoPreview;
+using Zyn::AppCreate::SCloudFile;
+using Zyn::UiBase::TaskDialog;
+
+namespace {
+
+// An item of another kind, as a cloud file would be.
+class OtherItem : public Zyn::UiToolkit::IThumbnailItem {
+public:
+    QString path() const override { return QStringLiteral("cloud:123"); }
+    QString displayName() const override { return QStringLiteral("remote"); }
+    State state() const override { return Ready; }
+    QImage thumbnail() const override { return QImage(); }
+    void requestThumbnail(Priority) override {}
+};
+
+} // namespace
+
+class TstAerialCreateViewController : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void acceptsLocalImageItemsOnly();
+    void warnsOncePerBatchWithoutGps_data();
+    void warnsOncePerBatchWithoutGps();
+    void noWarningAfterViewDisappearsOrIsHidden();
+    void defaultCoordSysFromLastSelectedPhoto();
+    void defaultCoordSysUntouchedWithoutUsablePhoto();
+
+private:
+    QStringList makePhotos(const QString& name, const QStringList& args);
+    QStringList photos(const QString& name) const { return m_sets.value(name); }
+    void makeController();
+    PhotoPreview* canvas() const;
+    CoordSysSelector* selector() const;
+    int warnings() const;
+
+    QTemporaryDir m_dir;
+    QHash<QString, QStringList> m_sets;
+    QPointer<AerialCreateViewController> m_controller;
+    QList<TaskDialog::Request> m_dialogs;
+};
+
+QStringList TstAerialCreateViewController::makePhotos(const QString& name, const QStringList& args)
+{
+    const QString tool = QDir(QString::fromLocal8Bit(qgetenv("ZYN_TOOLS_DIR"))).filePath(QStringLiteral("make_drone_photos"));
+    const QString out = m_dir.filePath(name);
+    QProcess process;
+    process.start(tool, QStringList{QStringLiteral("--out"), out, QStringLiteral("--width"), QStringLiteral("320"),
+                                    QStringLiteral("--height"), QStringLiteral("240"), QStringLiteral("--alt"),
+                                    QStringLiteral("120"), QStringLiteral("--jobs"), QStringLiteral("1")}
+                            + args);
+    if (!process.waitForFinished(120000) || process.exitCode() != 0) {
+        qWarning() << "make_drone_photos failed:" << process.readAllStandardError();
+        return {};
+    }
+    QStringList files;
+    for (const QString& f : QDir(out).entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
+        files << QDir(out).filePath(f);
+    return files;
+}
+
+void TstAerialCreateViewController::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    QCoreApplication::setOrganizationName(QStringLiteral("ZynPhotoTests"));
+    QCoreApplication::setApplicationName(QStringLiteral("tst_aerialcreateviewcontroller"));
+    QVERIFY(m_dir.isValid());
+    qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
+    const QStringList north{QStringLiteral("--lat"), QStringLiteral("47.0"), QStringLiteral("--lon"), QStringLiteral("15.0")};
+    m_sets.insert(QStringLiteral("gps"), makePhotos(QStringLiteral("gps"), north + QStringList{"--count", "3"}));
+    m_sets.insert(QStringLiteral("lastNone"),
+                  makePhotos(QStringLiteral("lastNone"), north + QStringList{"--count", "4", "--no-gps", "1", "--seed", "2"}));
+    m_sets.insert(QStringLiteral("zero"),
+                  makePhotos(QStringLiteral("zero"), north + QStringList{"--count", "2", "--zero-gps", "2", "--seed", "3"}));
+    m_sets.insert(QStringLiteral("south"),
+                  makePhotos(QStringLiteral("south"), QStringList{"--lat", "-33.4", "--lon", "-70.6", "--count", "2", "--seed", "4"}));
+    QCOMPARE(photos(QStringLiteral("gps")).size(), 3);
+    QCOMPARE(photos(QStringLiteral("lastNone")).size(), 4);
+    QCOMPARE(photos(QStringLiteral("zero")).size(), 2);
+    QCOMPARE(photos(QStringLiteral("south")).size(), 2);
+}
+
+void TstAerialCreateViewController::init()
+{
+    QSettings().clear();
+    m_dialogs.clear();
+    TaskDialog::setHandler([this](const TaskDialog::Request& r) {
+        m_dialogs << r;
+        return int(TaskDialog::IconButtonResult);
+    });
+    makeController();
+}
+
+void TstAerialCreateViewController::cleanup()
+{
+    delete m_controller.data();
+    QVERIFY(KeelCore::waitForIdle());
+    TaskDialog::clearHandler();
+}
+
+void TstAerialCreateViewController::makeController()
+{
+    m_controller = new AerialCreateViewController;
+    m_controller->Initialize();
+    m_controller->getView()->resize(800, 600);
+    m_controller->getView()->show();
+    // Every set names its photos AX20_0001...; in the order added, "last"
+    // is the photo added last.
+    canvas()->proxyModel()->setSortMode(Zyn::UiToolkit::ThumbnailProxyModel::AsAdded);
+}
+
+PhotoPreview* TstAerialCreateViewController::canvas() const
+{
+    return qobject_cast<MainState*>(m_controller->getState())->getPhotoCanvas();
+}
+
+CoordSysSelector* TstAerialCreateViewController::selector() const
+{
+    return canvas()->getFlyout()->findChild<CoordSysSelector*>(QStringLiteral("coord_sys_selector"));
+}
+
+int TstAerialCreateViewController::warnings() const
+{
+    return int(std::count_if(m_dialogs.begin(), m_dialogs.end(),
+                             [](const TaskDialog::Request& r) { return r.kind == TaskDialog::Warning; }));
+}
+
+void TstAerialCreateViewController::acceptsLocalImageItemsOnly()
+{
+    const QString path = photos(QStringLiteral("gps")).constFirst();
+    QSharedPointer<Zyn::UiToolkit::IThumbnailItem> item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
+    QVERIFY(item);
+    QVERIFY(qobject_cast<Zyn::UiToolkit::LocalImageFileItem*>(item.data()));
+    QCOMPARE(item->path(), path);
+    QVERIFY(!item->parent());
+    QVERIFY(m_controller->validateThumbnailItem(item));
+
+    QVERIFY(!m_controller->validateThumbnailItem({}));
+    QVERIFY(!m_controller->validateThumbnailItem(QSharedPointer<Zyn::UiToolkit::IThumbnailItem>(new OtherItem)));
+
+    // Through the canvas: local photos become tiles.
+    QCOMPARE(canvas()->addFiles(photos(QStringLiteral("gps"))).size(), 3);
+}
+
+void TstAerialCreateViewController::warnsOncePerBatchWithoutGps_data()
+{
+    QTest::addColumn<QString>("set");
+    QTest::addColumn<int>("expected");
+    QTest::newRow("all have GPS") << "gps" << 0;
+    QTest::newRow("only the last lacks GPS") << "lastNone" << 1;
+    QTest::newRow("all-zero GPS tags") << "zero" << 1;
+    QTest::newRow("empty batch") << "" << 0;
+    QTest::newRow("missing file") << "missing" << 1;
+}
+
+void TstAerialCreateViewController::warnsOncePerBatchWithoutGps()
+{
+    QFETCH(QString, set);
+    QFETCH(int, expected);
+    if (set.isEmpty())
+        m_controller->onLocalPhotosAdded({});
+    else if (set == QLatin1String("missing"))
+        m_controller->onLocalPhotosAdded({m_dir.filePath(QStringLiteral("gone.jpg"))});
+    else
+        QCOMPARE(canvas()->addFiles(photos(set)).size(), photos(set).size());
+    QVERIFY(KeelCore::waitForIdle());
+    QCOMPARE(warnings(), expected);
+    QCOMPARE(m_dialogs.size(), expected);
+    if (!expected)
+        return;
+    const TaskDialog::Request& r = m_dialogs.constFirst();
+    QCOMPARE(r.mainText, QStringLiteral("Some photos do not have GPS data"));
+    QCOMPARE(r.secondaryText, QStringLiteral("The output will not be geolocated."));
+    QCOMPARE(r.buttonSet, int(TaskDialog::IconButtonsOnly));
+    QCOMPARE(r.iconButtons.size(), 1);
+    QCOMPARE(r.iconButtons.constFirst().icon, QStringLiteral(":/resources/images/sys_message_box_button_yes.png"));
+    QCOMPARE(r.iconButtons.constFirst().label, QStringLiteral("Continue"));
+    QCOMPARE(r.parent.data(), m_controller->getQtWidget());
+}
+
+void TstAerialCreateViewController::noWarningAfterViewDisappearsOrIsHidden()
+{
+    // Hidden view: the check runs but nobody is warned.
+    m_controller->getView()->hide();
+    canvas()->addFiles(photos(QStringLiteral("zero")));
+    QVERIFY(KeelCore::waitForIdle());
+    QCOMPARE(warnings(), 0);
+    // The flag is untouched by hiding: visible again, the next batch warns.
+    m_controller->getView()->show();
+    m_controller->onLocalPhotosAdded(photos(QStringLiteral("zero")));
+    QVERIFY(KeelCore::waitForIdle());
+    QCOMPARE(warnings(), 1);
+
+    // Disappearing clears it for good, even when the check finishes later.
+    m_controller->onLocalPhotosAdded(photos(QStringLiteral("lastNone")));
+    m_controller->viewWillDisappear();
+    QVERIFY(!m_controller->isGpsWarningEnabled());
+    QVERIFY(KeelCore::waitForIdle());
+    m_controller->onLocalPhotosAdded(photos(QStringLiteral("lastNone")));
+    QVERIFY(KeelCore::waitForIdle());
+    QCOMPARE(warnings(), 1);
+}
+
+void TstAerialCreateViewController::defaultCoordSysFromLastSelectedPhoto()
+{
+    QTRY_VERIFY_WITH_TIMEOUT(!selector()->dialog()->isLoading(), 60000);
+    canvas()->addFiles(photos(QStringLiteral("gps")));
+    m_controller->getCoordSysFromLastImage();
+    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
+
+    canvas()->addFiles(photos(QStringLiteral("south")));
+    m_controller->getCoordSysFromLastImage();
+    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32719"));
+
+    // Excluded photos do not count: the last selected one is in zone 33 again.
+    for (const QString& p : photos(QStringLiteral("south")))
+        canvas()->setFileSelected(p, false);
+    m_controller->getCoordSysFromLastImage();
+    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
+
+    // Until the user chooses, the flyout proposes it.
+    bool m, pc, om;
+    float px;
+    QString cs;
+    canvas()->getFlyout()->show();
+    qobject_cast<AerialSettingsFlyout*>(canvas()->getFlyout())->GetSettings(m, pc, om, px, cs);
+    QCOMPARE(cs, QStringLiteral("EPSG:32633"));
+}
+
+void TstAerialCreateViewController::defaultCoordSysUntouchedWithoutUsablePhoto()
+{
+    QTRY_VERIFY_WITH_TIMEOUT(!selector()->dialog()->isLoading(), 60000);
+    m_controller->getCoordSysFromLastImage();
+    QVERIFY(selector()->defaultGpsCoordSys().code.isEmpty());
+
+    canvas()->addFiles(photos(QStringLiteral("gps")));
+    m_controller->getCoordSysFromLastImage();
+    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
+
+    // The last photo has no GPS: the earlier default stays, and nothing is said.
+    canvas()->addFiles(photos(QStringLiteral("south")));
+    canvas()->addFiles(photos(QStringLiteral("lastNone")));
+    QVERIFY(KeelCore::waitForIdle());
+    m_dialogs.clear();
+    m_controller->getCoordSysFromLastImage();
+    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
+    QVERIFY(m_dialogs.isEmpty());
+}
+
+QTEST_MAIN(TstAerialCreateViewController)
+#include "tst_aerialcreateviewcontroller.moc"

@@ -1,0 +1,462 @@
+// The aerial settings flyout driven as a user would: typing in the name
+// field, clicking the outputs and Start, and the credit line filled from
+// the configured account.
+
+#include <create/AerialSettingsFlyout.h>
+
+#include <appcreate/MainState.h>
+#include <appcreate/PhotoPreview.h>
+#include <coordsys/CoordSysDialog.h>
+#include <coordsys/CoordSysSelector.h>
+#include <keelcore/Dispatch.h>
+#include <services/ApplicationService.h>
+#include <services/ConfigManager.h>
+#include <uibase/TaskDialog.h>
+#include <utilities/Constants.h>
+
+#include <QCheckBox>
+#include <QFrame>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QSpinBox>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QToolButton>
+#include <QtTest>
+
+#include <memory>
+
+using Zyn::AppCreate::AerialSettingsFlyout;
+using Zyn::AppCreate::CoordSysSelector;
+using Zyn::AppCreate::CreateModelFlyout;
+using Zyn::AppCreate::MainState;
+using Zyn::AppCreate::PhotoPreview;
+using Zyn::UiBase::TaskDialog;
+
+namespace {
+const QString kInitialCredits = QStringLiteral("? Cloud Credits required / ? available");
+
+Zyn::Services::ConfigManager* config()
+{
+    return Zyn::Services::ApplicationService::GetInstance()->GetConfigManager();
+}
+} // namespace
+
+class TstAerialSettingsFlyout : public QObject {
+    Q_OBJECT
+
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+
+    void validatorRestoresFieldStyle();
+    void validateModelNameMessages_data();
+    void validateModelNameMessages();
+    void keyFilterPolicesTyping();
+    void meshCannotBeSwitchedOff();
+    void pixelSizeFollowsOrthoMap();
+    void settingsReportChoices_data();
+    void settingsReportChoices();
+    void closeButtonHasFocusAndRejects();
+    void startRefusesWithoutTermsNameOrSystem();
+    void returnOnDialogStarts();
+    void creditLineFromAccount_data();
+    void creditLineFromAccount();
+    void selfHostedAccountHidesCredits();
+    void creditAnswerAfterFlyoutIsGoneIsDropped();
+
+private:
+    void makeFlyout();
+    void addPhoto();
+    template <class T>
+    T* child(const char* name) const
+    {
+        T* w = m_flyout->findChild<T*>(QLatin1String(name));
+        if (!w)
+            qFatal("missing child %s", name);
+        return w;
+    }
+    bool catalogueLoaded() const;
+
+    QTemporaryDir m_dir;
+    std::unique_ptr<MainState> m_state;
+    std::unique_ptr<PhotoPreview> m_canvas;
+    QPointer<AerialSettingsFlyout> m_flyout;
+    QList<TaskDialog::Request> m_dialogs;
+    int m_termsAsked = 0;
+    bool m_termsAnswer = true;
+};
+
+void TstAerialSettingsFlyout::initTestCase()
+{
+    QStandardPaths::setTestModeEnabled(true);
+    QCoreApplication::setOrganizationName(QStringLiteral("ZynPhotoTests"));
+    QCoreApplication::setApplicationName(QStringLiteral("tst_aerialsettingsflyout"));
+    QVERIFY(m_dir.isValid());
+    qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
+}
+
+void TstAerialSettingsFlyout::init()
+{
+    QSettings().clear();
+    for (const char* key : {Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE,
+                            Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS,
+                            Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS})
+        config()->remove(QLatin1String(key));
+    m_dialogs.clear();
+    m_termsAsked = 0;
+    m_termsAnswer = true;
+    TaskDialog::setHandler([this](const TaskDialog::Request& r) {
+        m_dialogs << r;
+        return int(TaskDialog::Ok);
+    });
+    CreateModelFlyout::setTermsHandler([this](const QString&) {
+        ++m_termsAsked;
+        return m_termsAnswer;
+    });
+    makeFlyout();
+}
+
+void TstAerialSettingsFlyout::cleanup()
+{
+    delete m_flyout.data();
+    m_canvas.reset();
+    m_state.reset();
+    QVERIFY(KeelCore::waitForIdle());
+    TaskDialog::clearHandler();
+    CreateModelFlyout::clearTermsHandler();
+}
+
+void TstAerialSettingsFlyout::makeFlyout()
+{
+    m_state.reset(new MainState);
+    m_canvas.reset(new PhotoPreview);
+    m_state->setPhotoCanvas(m_canvas.get());
+    m_flyout = new AerialSettingsFlyout(*m_state, m_canvas.get());
+}
+
+void TstAerialSettingsFlyout::addPhoto()
+{
+    const QString path = m_dir.filePath(QStringLiteral("photo.jpg"));
+    if (!QFile::exists(path)) {
+        QImage image(64, 48, QImage::Format_RGB32);
+        image.fill(Qt::darkGreen);
+        QVERIFY(image.save(path, "JPG"));
+    }
+    QCOMPARE(m_canvas->addFiles({path}).size(), 1);
+    QCOMPARE(m_state->selectedFileCount(), 1);
+}
+
+bool TstAerialSettingsFlyout::catalogueLoaded() const
+{
+    auto* selector = child<CoordSysSelector>("coord_sys_selector");
+    return selector->dialog() && !selector->dialog()->isLoading();
+}
+
+void TstAerialSettingsFlyout::validatorRestoresFieldStyle()
+{
+    auto* edit = child<QLineEdit>("modelname_lineedit");
+    edit->setStyleSheet(QStringLiteral("QLineEdit { border: 2px solid red; }"));
+    edit->setText(QStringLiteral("abc"));
+    QVERIFY(m_flyout->ValidateModelName());
+    QCOMPARE(edit->styleSheet(), CreateModelFlyout::GetModelNameLineEditStylesheet());
+    // Not installed on the field: anything may be pasted, and is judged on Start.
+    QVERIFY(!edit->validator());
+}
+
+void TstAerialSettingsFlyout::validateModelNameMessages_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("mainText");
+    QTest::addColumn<QString>("secondaryText");
+    QTest::newRow("empty") << QString() << QStringLiteral("The project name is empty!") << QString();
+    const QString rule = QStringLiteral("Name may only contain letters(A-Z, a-z),\ndigits(0-9), dash(-) or underscore (_).");
+    QTest::newRow("pasted space") << QStringLiteral("north field") << QStringLiteral("Project name is not valid.") << rule;
+    QTest::newRow("umlaut") << QStringLiteral("M\u00fchle") << QStringLiteral("Project name is not valid.") << rule;
+    QTest::newRow("dash underscore") << QStringLiteral("-_") << QString() << QString();
+    QTest::newRow("full length") << QString(256, QLatin1Char('a')) << QString() << QString();
+}
+
+void TstAerialSettingsFlyout::validateModelNameMessages()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, mainText);
+    QFETCH(QString, secondaryText);
+    child<QLineEdit>("modelname_lineedit")->setText(name);
+    const bool ok = m_flyout->ValidateModelName();
+    QCOMPARE(ok, mainText.isEmpty());
+    if (ok) {
+        QVERIFY(m_dialogs.isEmpty());
+        QCOMPARE(m_flyout->getModelName(), name);
+        return;
+    }
+    QCOMPARE(m_dialogs.size(), 1);
+    const TaskDialog::Request& r = m_dialogs.constFirst();
+    QCOMPARE(int(r.kind), int(TaskDialog::Error));
+    QCOMPARE(r.mainText, mainText);
+    QCOMPARE(r.secondaryText, secondaryText);
+    QCOMPARE(r.buttonSet, int(TaskDialog::OkButton));
+    QVERIFY(r.iconButtons.isEmpty());
+    QCOMPARE(r.parent.data(), static_cast<QWidget*>(m_flyout.data()));
+    // A refused name is not kept, and the field keeps what the user typed.
+    QVERIFY(m_flyout->getModelName().isEmpty());
+    QCOMPARE(child<QLineEdit>("modelname_lineedit")->text(), name);
+}
+
+void TstAerialSettingsFlyout::keyFilterPolicesTyping()
+{
+    m_flyout->show();
+    auto* edit = child<QLineEdit>("modelname_lineedit");
+    QSignalSpy returned(edit, &QLineEdit::returnPressed);
+
+    QTest::keyClicks(edit, QStringLiteral("ab c-_1.9"));
+    QCOMPARE(edit->text(), QStringLiteral("abc-_19"));
+
+    // Shift gives capitals; Shift with a digit key is not a plain digit.
+    QTest::keyClick(edit, 'Q', Qt::ShiftModifier);
+    QTest::keyClick(edit, '5', Qt::ShiftModifier);
+    QCOMPARE(edit->text(), QStringLiteral("abc-_19Q"));
+
+    // Keypad digits count as plain.
+    QTest::keyClick(edit, Qt::Key_7, Qt::KeypadModifier);
+    QCOMPARE(edit->text(), QStringLiteral("abc-_19Q7"));
+
+    // Ctrl+A would select everything so the next letter replaced it.
+    QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);
+    QTest::keyClick(edit, Qt::Key_Z);
+    QCOMPARE(edit->text(), QStringLiteral("abc-_19Q7z"));
+
+    // Editing keys pass: Home then Delete removes the first character,
+    // Left then Backspace the one before the cursor.
+    QTest::keyClick(edit, Qt::Key_Home);
+    QCOMPARE(edit->cursorPosition(), 0);
+    QTest::keyClick(edit, Qt::Key_Delete);
+    QTest::keyClick(edit, Qt::Key_End);
+    QTest::keyClick(edit, Qt::Key_Left);
+    QTest::keyClick(edit, Qt::Key_Backspace);
+    QCOMPARE(edit->text(), QStringLiteral("bc-_19Qz"));
+
+    // Up is swallowed (it would move the cursor to the start), Return never
+    // reaches the field.
+    QTest::keyClick(edit, Qt::Key_End);
+    QTest::keyClick(edit, Qt::Key_Up);
+    QCOMPARE(edit->cursorPosition(), edit->text().size());
+    QTest::keyClick(edit, Qt::Key_Return);
+    QCOMPARE(returned.count(), 0);
+    QVERIFY(m_dialogs.isEmpty());
+    QVERIFY(m_flyout->isVisible());
+}
+
+void TstAerialSettingsFlyout::meshCannotBeSwitchedOff()
+{
+    m_flyout->show();
+    auto* mesh = child<QCheckBox>("mesh_checkBox");
+    QVERIFY(mesh->isChecked());
+    QVERIFY(mesh->isEnabled());
+    QCOMPARE(mesh->focusPolicy(), Qt::NoFocus);
+    QTest::mouseClick(mesh, Qt::LeftButton, {}, QPoint(6, mesh->height() / 2));
+    QVERIFY(mesh->isChecked());
+    QTest::mouseClick(mesh, Qt::LeftButton, {}, QPoint(6, mesh->height() / 2));
+    QVERIFY(mesh->isChecked());
+    bool m = false, pc = true, om = true;
+    float px = 0;
+    QString cs;
+    m_flyout->GetSettings(m, pc, om, px, cs);
+    QVERIFY(m);
+    QVERIFY(!pc);
+    QVERIFY(!om);
+}
+
+void TstAerialSettingsFlyout::pixelSizeFollowsOrthoMap()
+{
+    auto* ortho = child<QCheckBox>("orthomap_checkBox");
+    auto* spin = child<QSpinBox>("upp_spinBox");
+    m_flyout->show();
+    QVERIFY(!ortho->isChecked());
+    QVERIFY(!spin->isEnabled());
+    QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
+    QVERIFY(ortho->isChecked());
+    QVERIFY(spin->isEnabled());
+    QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
+    QVERIFY(!spin->isEnabled());
+
+    // Showing again follows the check box even if the spin box was changed meanwhile.
+    m_flyout->hide();
+    {
+        const QSignalBlocker block(ortho);
+        ortho->setChecked(true);
+    }
+    QVERIFY(!spin->isEnabled());
+    m_flyout->show();
+    QVERIFY(spin->isEnabled());
+}
+
+void TstAerialSettingsFlyout::settingsReportChoices_data()
+{
+    QTest::addColumn<int>("typed");
+    QTest::addColumn<float>("metres");
+    QTest::newRow("1 cm") << 1 << 0.01f;
+    QTest::newRow("25 cm") << 25 << 0.25f;
+    QTest::newRow("100 cm") << 100 << 1.0f;
+}
+
+void TstAerialSettingsFlyout::settingsReportChoices()
+{
+    QFETCH(int, typed);
+    QFETCH(float, metres);
+    m_flyout->show();
+    auto* spin = child<QSpinBox>("upp_spinBox");
+    QTest::mouseClick(child<QCheckBox>("orthomap_checkBox"), Qt::LeftButton, {}, QPoint(6, 8));
+    QTest::mouseClick(child<QCheckBox>("qxs_checkBox"), Qt::LeftButton, {}, QPoint(6, 8));
+    spin->setFocus();
+    spin->selectAll();
+    QTest::keyClicks(spin, QString::number(typed));
+    QTest::keyClick(spin, Qt::Key_Tab);
+    bool m = false, pc = false, om = false;
+    float px = 0;
+    QString cs;
+    m_flyout->GetSettings(m, pc, om, px, cs);
+    QVERIFY(m && pc && om);
+    QCOMPARE(px, metres);
+}
+
+void TstAerialSettingsFlyout::closeButtonHasFocusAndRejects()
+{
+    // Showing gives the focus to the close button, not to the name field.
+    child<QLineEdit>("modelname_lineedit")->setFocus();
+    m_flyout->show();
+    QCOMPARE(m_flyout->focusWidget(), static_cast<QWidget*>(child<QToolButton>("close_toolButton")));
+    QSignalSpy rejected(m_flyout.data(), &QDialog::rejected);
+    QTest::mouseClick(child<QToolButton>("close_toolButton"), Qt::LeftButton);
+    QCOMPARE(rejected.count(), 1);
+    QVERIFY(!m_flyout->isVisible());
+    QCOMPARE(child<QToolButton>("close_toolButton")->size(), QSize(20, 20));
+}
+
+void TstAerialSettingsFlyout::startRefusesWithoutTermsNameOrSystem()
+{
+    m_flyout->show();
+    QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
+    auto* edit = child<QLineEdit>("modelname_lineedit");
+    auto* start = child<QPushButton>("start_button");
+
+    // Declined terms: silent, asked again next time.
+    m_termsAnswer = false;
+    edit->setText(QStringLiteral("site"));
+    QTest::mouseClick(start, Qt::LeftButton);
+    QCOMPARE(m_termsAsked, 1);
+    QVERIFY(m_dialogs.isEmpty());
+
+    m_termsAnswer = true;
+    edit->clear();
+    QTest::mouseClick(start, Qt::LeftButton);
+    QCOMPARE(m_termsAsked, 2);
+    QCOMPARE(m_dialogs.size(), 1);
+    QCOMPARE(m_dialogs.last().mainText, QStringLiteral("The project name is empty!"));
+
+    // Accepted once, never asked again.
+    edit->setText(QStringLiteral("a b"));
+    QTest::mouseClick(start, Qt::LeftButton);
+    QCOMPARE(m_termsAsked, 2);
+    QCOMPARE(m_dialogs.size(), 2);
+    QCOMPARE(m_dialogs.last().mainText, QStringLiteral("Project name is not valid."));
+
+    QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
+    child<QLineEdit>("txtbox_coordsys")->setText(QStringLiteral("EPSG:0"));
+    edit->setText(QStringLiteral("site"));
+    QTest::mouseClick(start, Qt::LeftButton);
+    QCOMPARE(m_dialogs.size(), 3);
+    QCOMPARE(m_dialogs.last().mainText, QStringLiteral("The target coordinate system is not valid!"));
+    QCOMPARE(m_dialogs.last().buttonSet, int(TaskDialog::OkButton));
+
+    QVERIFY(KeelCore::waitForIdle());
+    QCOMPARE(accepted.count(), 0);
+    QVERIFY(m_flyout->isVisible());
+    QCOMPARE(edit->text(), QStringLiteral("site"));
+}
+
+void TstAerialSettingsFlyout::returnOnDialogStarts()
+{
+    addPhoto();
+    m_flyout->setDefaultGpsCoordSys(QStringLiteral("EPSG:32633"));
+    m_flyout->show();
+    QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
+    QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
+    QTest::keyClicks(child<QLineEdit>("modelname_lineedit"), QStringLiteral("viaReturn"));
+    // Modified Return does nothing; plain Return on the dialog starts once.
+    QTest::keyClick(m_flyout.data(), Qt::Key_Return, Qt::ControlModifier);
+    QVERIFY(KeelCore::waitForIdle());
+    QCOMPARE(accepted.count(), 0);
+    QTest::keyClick(m_flyout.data(), Qt::Key_Return);
+    QVERIFY2(accepted.count() == 1 || accepted.wait(30000),
+             qPrintable(m_dialogs.isEmpty() ? QString() : m_dialogs.last().mainText + m_dialogs.last().secondaryText));
+    QVERIFY(KeelCore::waitForIdle());
+    QCOMPARE(accepted.count(), 1);
+    QCOMPARE(m_flyout->getModelName(), QStringLiteral("viaReturn"));
+}
+
+void TstAerialSettingsFlyout::creditLineFromAccount_data()
+{
+    QTest::addColumn<QString>("pools");
+    QTest::addColumn<QString>("expected");
+    QTest::newRow("red 8") << "5,8" << "<font color=\"red\">10</font> Cloud Credits required / 8 available";
+    QTest::newRow("no pools") << "" << "";
+}
+
+void TstAerialSettingsFlyout::creditLineFromAccount()
+{
+    QFETCH(QString, pools);
+    QFETCH(QString, expected);
+    addPhoto();
+    // One photo at 1000 credits per 100 photos costs 10.
+    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
+    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS), 1000);
+    if (!pools.isEmpty())
+        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), pools);
+    auto* label = child<QLabel>("label_current_cc");
+    QCOMPARE(label->text(), kInitialCredits);
+    m_flyout->show();
+    if (expected.isEmpty()) {
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(label->text(), kInitialCredits);
+    } else {
+        QTRY_COMPARE(label->text(), QStringLiteral("<html><body>%1</body></html>").arg(expected));
+    }
+    QVERIFY(child<QFrame>("frame_cloudcredits")->isVisible());
+}
+
+void TstAerialSettingsFlyout::selfHostedAccountHidesCredits()
+{
+    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 1);
+    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), QStringLiteral("5,20"));
+    auto* frame = child<QFrame>("frame_cloudcredits");
+    m_flyout->show();
+    QVERIFY(frame->isVisible());
+    QTRY_VERIFY(frame->isHidden());
+    QCOMPARE(child<QLabel>("label_current_cc")->text(), kInitialCredits);
+
+    // The account changes to credits: the next showing brings the box back.
+    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
+    m_flyout->hide();
+    m_flyout->show();
+    QTRY_VERIFY(frame->isVisible());
+}
+
+void TstAerialSettingsFlyout::creditAnswerAfterFlyoutIsGoneIsDropped()
+{
+    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
+    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), QStringLiteral("5,20"));
+    m_flyout->show();
+    delete m_flyout.data();
+    QVERIFY(KeelCore::waitForIdle());
+    QVERIFY(m_flyout.isNull());
+    QVERIFY(m_dialogs.isEmpty());
+}
+
+QTEST_MAIN(TstAerialSettingsFlyout)
+#include "tst_aerialsettingsflyout.moc"
