@@ -5,12 +5,12 @@
 
 #include <QBuffer>
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QXmlStreamReader>
 #include <QXmlStreamWriter>
 
 #include <algorithm>
 #include <functional>
+#include <time.h>
 #include <cstdio>
 
 using namespace Zyn::AppGcp;
@@ -76,14 +76,22 @@ qint64 bareRead(const QByteArray& bytes)
     return attributes;
 }
 
+// Thread CPU time: on a shared machine wall time mostly measures the
+// neighbours; both passes are timed the same way.
+double threadMs()
+{
+    timespec t{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &t);
+    return t.tv_sec * 1e3 + t.tv_nsec / 1e6;
+}
+
 double best(const std::function<void()>& f)
 {
     double bestMs = 1e300;
     for (int i = 0; i < kRepeats; ++i) {
-        QElapsedTimer timer;
-        timer.start();
+        const double start = threadMs();
         f();
-        bestMs = std::min(bestMs, timer.nsecsElapsed() / 1e6);
+        bestMs = std::min(bestMs, threadMs() - start);
     }
     return bestMs;
 }
@@ -141,7 +149,7 @@ int main(int argc, char** argv)
                      bare == document ? "equal" : "differ");
         return 1;
     }
-    std::printf("survey file: %d GCPs x %d markers, %.1f MB, best of %d\n", kGcps, kMarkers,
+    std::printf("survey file: %d GCPs x %d markers, %.1f MB, best of %d, thread CPU time\n", kGcps, kMarkers,
                 document.size() / 1048576.0, kRepeats);
     std::printf("  write %8.1f ms   bare QXmlStreamWriter %8.1f ms   ratio %.2f\n", writeMs, bareWriteMs,
                 writeMs / bareWriteMs);
