@@ -8,6 +8,7 @@
 #include <uibase/QtUiToolkit.h>
 #include <uitoolkit/ActionPanelVC.h>
 
+#include <QDesktopServices>
 #include <QGridLayout>
 #include <QHeaderView>
 #include <QLabel>
@@ -15,6 +16,7 @@
 #include <QScrollArea>
 #include <QToolButton>
 #include <QTreeWidget>
+#include <QUrl>
 #include <QVBoxLayout>
 
 namespace Zyn {
@@ -93,6 +95,10 @@ UiBase::BaseView* DashboardVC::loadView()
     m_projects->setUniformRowHeights(true);
     m_projects->setHeaderLabels({tr("Name"), tr("State"), tr("Photos"), tr("Coordinate system"), tr("Created")});
     m_projects->header()->setSectionResizeMode(0, QHeaderView::Stretch);
+    m_projects->setToolTip(tr("Double-click a project to open its folder."));
+    connect(m_projects.data(), &QTreeWidget::itemDoubleClicked, this, [](QTreeWidgetItem* item) {
+        QDesktopServices::openUrl(QUrl::fromLocalFile(item->data(0, Qt::UserRole).toString()));
+    });
     layout->addWidget(m_projects, 1);
 
     m_noProjectsLabel = new QLabel(tr("No projects yet."));

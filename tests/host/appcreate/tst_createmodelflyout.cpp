@@ -40,7 +40,6 @@ private slots:
     void selfHostedAccountMayAlwaysProcess();
     void creditAccountNeedsOnePoolThatCoversTheProject();
     void takenOrInvalidNameIsRefusedAtOnce();
-    void baseSettingsAreTheDefaults();
 
 private:
     // Answers the entitlement check for the flyout: {called, answer, on GUI thread}.
@@ -257,22 +256,6 @@ void TestCreateModelFlyout::takenOrInvalidNameIsRefusedAtOnce()
     QCOMPARE(calls, 2);
     QVERIFY(!ok);
     QCOMPARE(m_dialogs.size(), 2);
-}
-
-void TestCreateModelFlyout::baseSettingsAreTheDefaults()
-{
-    MainState state;
-    CreateModelFlyout flyout(state, nullptr);
-    bool mesh = false, cloud = true, ortho = true;
-    float pixel = 0;
-    QString cs;
-    flyout.GetSettings(mesh, cloud, ortho, pixel, cs);
-    QVERIFY(mesh && !cloud && !ortho);
-    QCOMPARE(pixel, 0.01f);
-    QCOMPARE(cs, QStringLiteral("LL84"));
-    QCOMPARE(&flyout.getState(), &state);
-    QVERIFY(flyout.getModelName().isEmpty());
-    QVERIFY(CreateModelFlyout::GetModelNameLineEditStylesheet().contains(QStringLiteral("QLineEdit")));
 }
 
 QTEST_MAIN(TestCreateModelFlyout)

@@ -87,7 +87,6 @@ private slots:
     void disabledCommandDoesNotRun();
     void commandNameIsTheClassName();
     void stateChangesReachObservers();
-    void commandStateSetsEnabledAndVisible();
     void groupOrdersByPositionThenArrival();
     void groupOwnsAndForgetsDeletedMembers();
     void managerFlattensGroupsAndNotifies();
@@ -164,22 +163,6 @@ void TestCommands::stateChangesReachObservers()
     }
     command.setText(QStringLiteral("Renamed")); // must not call the destroyed observer
     QCOMPARE(recorder.changes.size(), 4);
-}
-
-void TestCommands::commandStateSetsEnabledAndVisible()
-{
-    CountingCommand command(nullptr);
-    CommandState state;
-    state.states << CommandState::State{0, true, true} << CommandState::State{0, false, false};
-    state.current = 1;
-    command.setCommandState(state);
-    QVERIFY(!command.isEnabled());
-    QVERIFY(!command.isVisible());
-    QCOMPARE(command.getCommandState().states.size(), 2);
-    state.current = 0;
-    command.setCommandState(state);
-    QVERIFY(command.isEnabled());
-    QVERIFY(command.isVisible());
 }
 
 void TestCommands::groupOrdersByPositionThenArrival()
