@@ -64,7 +64,6 @@ bool readPlainNumber(const QStringRef& field, double* value)
     return result.ec == std::errc() && result.ptr == buffer + n;
 }
 
-
 } // namespace
 
 GcpCopyFormatter::GcpCopyFormatter(const QString& text, const QList<ColumnRole>& columnOrder)
@@ -166,16 +165,16 @@ QString GcpCopyFormatter::normalizeHeader(const QString& text)
 
 namespace {
 
-// A hand-written form of the field pattern ('.*?'|".*?"|[^<separator>\t]+)
-// taken match after match over one line: at each position a quoted text up
-// to the next equal quote, else a run of characters that are neither the
-// separator nor a tab. Works on the line in place, so the only strings made
-// are the fields.
 struct FieldSpan {
     int start;
     int length;
 };
 
+// A hand-written form of the field pattern ('.*?'|".*?"|[^<separator>\t]+)
+// taken match after match over one line: at each position a quoted text up
+// to the next equal quote, else a run of characters that are neither the
+// separator nor a tab. Fields are recorded as spans (offset added), so no
+// string is made per cell.
 void tokenizeSpan(const QChar* s, int n, QChar separator, int offset, QVector<FieldSpan>& fields)
 {
     const QChar tab = QLatin1Char('\t');
