@@ -2,6 +2,7 @@
 
 #include <gcp/model/SurveyData.h>
 
+#include <gis/Gis.h>
 #include <services/ApplicationService.h>
 #include <services/ConfigManager.h>
 #include <uibase/FileDialog.h>
@@ -81,6 +82,19 @@ SurveyFileResult SurveyFileFlow::writeFile(const QString& path, const MarkerMap&
         result.error = tr("could not write %1: %2").arg(QDir::toNativeSeparators(path), reason);
         return result;
     };
+
+    // The writer leaves coordinates it cannot convert as they are; a file
+    // named LL84 holding projected values would be worse than none.
+    if (inLL84) {
+        for (const GcpInfo& gcp : gcps) {
+            double x = gcp.coord1;
+            double y = gcp.coord2;
+            double z = gcp.coord3;
+            if (!Tarn::GIS::transformCoordToLL84(coordSys.code, x, y, z))
+                return fail(tr("the coordinates of \"%1\" cannot be converted from %2 to LL84")
+                                .arg(gcp.name, coordSys.code));
+        }
+    }
 
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))

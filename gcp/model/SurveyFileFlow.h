@@ -53,6 +53,8 @@ public:
 
     // Writes the survey to `path` through a temporary file renamed over the
     // target on success, so a failed write never damages an existing file.
+    // With inLL84 (the LL84 export) it fails, writing nothing, when a GCP
+    // cannot be converted.
     static SurveyFileResult writeFile(const QString& path, const MarkerMap& markersByName, const GcpMap& gcps,
                                       const AppCreate::GcpCoordSysInfo& coordSys, bool inLL84);
 

@@ -195,6 +195,31 @@ private slots:
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{"survey.xml"});
     }
 
+    void ll84ExportNeedsAConvertibleSystem()
+    {
+        QTemporaryDir dir;
+        const QString path = dir.filePath("export.xml");
+        const GcpCoordSysInfo unknown("EPSG:999999", "nowhere", "999999", 1, "", 0);
+        const SurveyFileResult bad = SurveyFileFlow::writeFile(path, {}, sampleGcps(2), unknown, true);
+        QCOMPARE(bad.status, SurveyFileResult::Failed);
+        QVERIFY2(bad.error.contains("EPSG:999999"), qPrintable(bad.error));
+        QVERIFY(!QFile::exists(path));
+
+        const GcpCoordSysInfo utm("EPSG:32633", "WGS 84 / UTM zone 33N", "32633", 1, "WGS84", 0);
+        GcpMap gcps;
+        GcpInfo g;
+        g.name = QStringLiteral("C");
+        g.coord1 = 500000;
+        g.coord2 = 4982950.4;
+        gcps.insert(g.name, g);
+        const SurveyFileResult good = SurveyFileFlow::writeFile(path, {}, gcps, utm, true);
+        QVERIFY2(good.ok(), qPrintable(good.error));
+        const SurveyLoadResult back = SurveyFileFlow::readFile(path);
+        QCOMPARE(back.coordSys.code, QStringLiteral("LL84"));
+        QCOMPARE(back.gcps.size(), 1);
+        QVERIFY(qAbs(back.gcps[0].coord1 - 15.0) < 1e-6 && qAbs(back.gcps[0].coord2 - 45.0) < 1e-5);
+    }
+
     void loadRemembersFolder()
     {
         QTemporaryDir dir;
