@@ -1,6 +1,5 @@
 #include "GcpCopyFormatter.h"
 
-#include <utilities/QtCompat.h>
 #include <utilities/Utilities.h>
 #include <utilities/Xml.h>
 
