@@ -76,9 +76,6 @@ BaseView* ActionPanelVC::loadView()
     layout->addWidget(bar);
     layout->addWidget(m_body, 1);
     view->setContentWidget(content);
-
-    if (m_mainView)
-        bodyLayout->addWidget(m_mainView);
     return view;
 }
 

@@ -53,7 +53,9 @@ void TestProcessingService::initTestCase()
     QVERIFY(GpsJpeg::writePlain(photo("plain.jpg"), 3));
     QFile corrupt(photo("corrupt.jpg"));
     QVERIFY(corrupt.open(QIODevice::WriteOnly));
-    corrupt.write(QByteArray("\xFF\xD8\xFF\xE1\x00\x10" "Exif\0\0garbage-garbage", 30));
+    // A JPEG start and an EXIF block header whose content is garbage.
+    static const char bytes[] = "\xFF\xD8\xFF\xE1\x00\x10" "Exif\0\0garbage-garbage";
+    corrupt.write(bytes, sizeof(bytes) - 1);
     corrupt.close();
 }
 
