@@ -47,8 +47,9 @@ public:
     // empty or has a character outside the allowed set.
     bool ValidateModelName();
 
-    // Credit line rule: the first pool that covers the project, else the
-    // largest one. Answers the rich text of label_current_cc.
+    // Credit line rule: the first pool that covers the project (grey), else
+    // the largest one (red). Answers the rich text of label_current_cc, or
+    // nothing when there are no pools.
     static QString cloudCreditsText(const QList<int>& available, int required);
 
 public slots:
