@@ -7,9 +7,14 @@
 #include <uibase/QtUiToolkit.h>
 
 #include <QCloseEvent>
+#include <QSettings>
 
 namespace Zyn {
 namespace Host {
+
+namespace {
+const char kGeometryKey[] = "MainWindow/geometry";
+}
 
 MainWindow::MainWindow(QWidget* parent)
     : QMainWindow(parent)
@@ -23,6 +28,8 @@ MainWindow::MainWindow(QWidget* parent)
     view->setAttribute(Qt::WA_DeleteOnClose, false);
     setCentralWidget(view);
     resize(1280, 800);
+    // Where the user left it; a damaged value keeps the default size.
+    restoreGeometry(QSettings().value(QLatin1String(kGeometryKey)).toByteArray());
 }
 
 MainWindow::~MainWindow() = default;
@@ -40,6 +47,7 @@ void MainWindow::closeEvent(QCloseEvent* event)
     // Panels still open are told they disappear before the window goes.
     while (m_dashboard && m_dashboard->presentedViewController())
         m_dashboard->dismissViewController();
+    QSettings().setValue(QLatin1String(kGeometryKey), saveGeometry());
     QMainWindow::closeEvent(event);
 }
 

@@ -11,6 +11,7 @@
 
 #include <QImage>
 #include <QLabel>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QToolButton>
@@ -103,6 +104,7 @@ void TestDashboard::init()
 {
     static int n = 0;
     qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects%1").arg(++n)).toUtf8());
+    QSettings().clear();
 }
 
 void TestDashboard::tilesForEveryCommandPaidOnesMarked()

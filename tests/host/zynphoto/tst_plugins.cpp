@@ -10,6 +10,7 @@
 #include <zynphoto/PluginManager.h>
 
 #include <QLabel>
+#include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QToolButton>
@@ -22,6 +23,7 @@ class TestPlugins : public QObject {
     Q_OBJECT
 private slots:
     void initTestCase();
+    void init() { QSettings().clear(); }
     void goodPluginBecomesTiles();
     void brokenLibraryIsReportedNotFatal();
     void otherInterfaceIsReported();
@@ -29,6 +31,7 @@ private slots:
     void eachFileIsLoadedOnce();
     void searchPathsComeFromTheAppFolderAndEnvironment();
     void noPluginShowsTheEmptyState();
+    void windowRemembersItsSize();
 
 private:
     QLabel* notice(MainWindow& window) const
@@ -168,6 +171,25 @@ void TestPlugins::noPluginShowsTheEmptyState()
     QVERIFY(empty->text().contains(QStringLiteral("No plug-in is loaded")));
     QVERIFY(window.dashboard()->tileCommands().isEmpty());
     QVERIFY(!notice(window)->isVisible());
+}
+
+void TestPlugins::windowRemembersItsSize()
+{
+    {
+        MainWindow window;
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        window.resize(640, 480);
+        QTRY_COMPARE(window.size(), QSize(640, 480));
+        window.close();
+    }
+    MainWindow again;
+    QCOMPARE(again.size(), QSize(640, 480));
+
+    // A damaged value: the default size, no complaint.
+    QSettings().setValue(QStringLiteral("MainWindow/geometry"), QByteArray("not a geometry"));
+    MainWindow fresh;
+    QCOMPARE(fresh.size(), QSize(1280, 800));
 }
 
 QTEST_MAIN(TestPlugins)
