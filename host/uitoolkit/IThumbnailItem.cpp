@@ -1,5 +1,7 @@
 #include "IThumbnailItem.h"
 
+#include <QPixmapCache>
+
 namespace Zyn {
 namespace UiToolkit {
 
@@ -12,12 +14,16 @@ QPixmap IThumbnailItem::thumbnailPixmap() const
     const QImage image = thumbnail();
     if (image.isNull())
         return QPixmap();
+    // Pixmaps live in the shared, bounded pixmap cache rather than in the
+    // items: a thousand items would otherwise hold every thumbnail twice.
     // cacheKey changes whenever the image data does, so a stale pixmap is never shown.
-    if (m_pixmap.isNull() || m_pixmapKey != image.cacheKey()) {
-        m_pixmap = QPixmap::fromImage(image);
-        m_pixmapKey = image.cacheKey();
+    const QString key = QStringLiteral("zyn-thumbnail-%1").arg(image.cacheKey());
+    QPixmap pixmap;
+    if (!QPixmapCache::find(key, &pixmap)) {
+        pixmap = QPixmap::fromImage(image);
+        QPixmapCache::insert(key, pixmap);
     }
-    return m_pixmap;
+    return pixmap;
 }
 
 } // namespace UiToolkit

@@ -36,16 +36,12 @@ public:
     // Visible request raises the priority of a pending Background one.
     virtual void requestThumbnail(Priority priority) = 0;
 
-    // The thumbnail as a pixmap, converted once per thumbnail (GUI thread only).
+    // The thumbnail as a pixmap, converted on demand and cached (GUI thread only).
     QPixmap thumbnailPixmap() const;
 
 signals:
     // The state or the thumbnail changed.
     void thumbnailChanged();
-
-private:
-    mutable QPixmap m_pixmap;
-    mutable qint64 m_pixmapKey = 0;
 };
 
 } // namespace UiToolkit

@@ -41,9 +41,11 @@ QSize ThumbnailLoader::thumbnailSize()
 ThumbnailLoader::ThumbnailLoader(QObject* parent)
     : QObject(parent),
       m_cache(kCacheKiB),
-      // Two jobs per worker: one decoding, one waiting, so no worker idles
-      // while a finished thumbnail travels back to the GUI thread.
-      m_maxInFlight(2 * std::max(2, QThread::idealThreadCount()))
+      // Several jobs per worker, so no worker idles while finished thumbnails
+      // wait for the GUI thread (which a busy machine may not schedule for
+      // milliseconds); few enough that a newly visible tile waits for at most
+      // a handful of decodes.
+      m_maxInFlight(std::min(32, 8 * std::max(2, QThread::idealThreadCount())))
 {
 }
 

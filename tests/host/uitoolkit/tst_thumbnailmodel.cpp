@@ -115,6 +115,14 @@ private slots:
         QCOMPARE(changed.first().at(0).value<QModelIndex>().row(), 1);
         QCOMPARE(model.index(1).data(ThumbnailListModel::StateRole).toInt(), int(IThumbnailItem::Ready));
         QCOMPARE(model.index(1).data(Qt::DecorationRole).value<QPixmap>().size(), QSize(10, 8));
+        // A new thumbnail replaces the cached pixmap of the old one.
+        QImage blue(12, 9, QImage::Format_RGB32);
+        blue.fill(Qt::blue);
+        c->finish(blue);
+        const QPixmap shown = model.index(1).data(Qt::DecorationRole).value<QPixmap>();
+        QCOMPARE(shown.size(), QSize(12, 9));
+        QCOMPARE(QColor(shown.toImage().pixel(3, 3)), QColor(Qt::blue));
+        QCOMPARE(changed.count(), 2);
 
         // A removed item's change no longer reaches the model.
         changed.clear();
