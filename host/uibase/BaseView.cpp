@@ -34,6 +34,11 @@ void BaseView::setContentWidget(QWidget* content)
     }
 }
 
+BaseViewController* BaseView::getViewController() const
+{
+    return m_controller.data();
+}
+
 void BaseView::setViewController(BaseViewController* controller)
 {
     m_controller = controller;

@@ -22,7 +22,7 @@ public:
     void setContentWidget(QWidget* content);
     QWidget* contentWidget() const { return m_content; }
 
-    BaseViewController* getViewController() const { return m_controller; }
+    BaseViewController* getViewController() const;
     void setViewController(BaseViewController* controller);
 
 signals:
