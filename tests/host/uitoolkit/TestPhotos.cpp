@@ -116,7 +116,8 @@ bool writeCorrupt(const QString& path)
     if (!file.open(QIODevice::WriteOnly))
         return false;
     // A JPEG start-of-image marker followed by garbage.
-    QByteArray bytes("\xFF\xD8\xFF\xE0 this is not really a photo", 34);
+    static const char start[] = "\xFF\xD8\xFF\xE0 this is not really a photo";
+    QByteArray bytes(start, int(sizeof(start) - 1));
     bytes.append(QByteArray(200, 'x'));
     return file.write(bytes) == bytes.size();
 }
