@@ -272,14 +272,20 @@ int CoordSysDialog::rowsPerLoadJob()
 void CoordSysDialog::loadCoordSystems()
 {
     m_loading = true;
+    // A close before this load must not cancel it.
+    m_cancelRequested = false;
     const int generation = ++m_loadGeneration;
     m_pendingErrorMain.clear();
     m_pendingErrorDetail.clear();
     m_unitNames.clear();
 
     QTableWidget* table = ui->table_coordsys;
+    // Emptying the table empties the selection; the chosen record stays.
+    const GcpCoordSysInfo chosen = m_selectedData;
     table->clearSelection();
     table->setRowCount(0);
+    m_selectedData = chosen;
+    enableOKButton();
     m_placedRows = 0;
     table->setEnabled(false);
     ui->txtbox_search->setEnabled(false);

@@ -149,6 +149,11 @@ private slots:
         selector.setDefaultGpsCoordSys(QStringLiteral("EPSG:32634"));
         QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:2154"));
         QCOMPARE(changed.count(), 1);
+
+        // Reading the catalogue again keeps the choice.
+        QVERIFY(loadAndWait(selector));
+        QCOMPARE(selector.getCoordSysData().code, QStringLiteral("EPSG:2154"));
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:2154"));
     }
 
     void defaultGivenDuringLoadAppliesWhenLoaded()
