@@ -235,8 +235,11 @@ void AerialSettingsFlyout::setCloudCreditsTexts()
     Services::EntitlementService::GetInstance()->getEntitlementType([self, photoCount](int type) {
         if (type == Services::EntitlementService::SelfHostedProcessing) {
             KeelCore::dispatchAsync(KeelCore::QosMainThread, [self] {
-                if (self)
-                    self->ui->frame_cloudcredits->hide();
+                if (!self)
+                    return;
+                self->ui->frame_cloudcredits->hide();
+                // Shown before the answer came: fit the dialog to what is left.
+                self->adjustSize();
             });
             return;
         }
@@ -248,6 +251,7 @@ void AerialSettingsFlyout::setCloudCreditsTexts()
                             return;
                         self->ui->frame_cloudcredits->show();
                         self->ui->label_current_cc->setText(cloudCreditsText(available, required));
+                        self->adjustSize();
                     });
                 });
         });
