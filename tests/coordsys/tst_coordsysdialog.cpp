@@ -69,7 +69,11 @@ QStringList recentOutput()
 
 } // namespace
 
-class CoordSysDialogWidgetTest : public QObject {
+namespace Zyn {
+namespace AppCreate {
+
+// Friend of the dialog: reads its unit map.
+class CoordSysDialogTest : public QObject {
     Q_OBJECT
 
 private:
@@ -172,6 +176,15 @@ private slots:
         QVERIFY(!dialog.getCoordSysFromId(QStringLiteral("32633"), found));
         QVERIFY(!dialog.getCoordSysFromId(QStringLiteral("EPSG:0"), found));
         QCOMPARE(found, GcpCoordSysInfo::ecef()); // untouched by failed lookups
+
+        // Unit names met while loading resolve back to their codes.
+        SpatialReference::UnitCode unit = SpatialReference::UnitCode::Unknown;
+        QVERIFY(dialog.findUnitCode(unit, QStringLiteral("degree")));
+        QCOMPARE(unit, SpatialReference::UnitCode::Degree);
+        QVERIFY(dialog.findUnitCode(unit, QStringLiteral("Meter")));
+        QCOMPARE(unit, SpatialReference::UnitCode::Meter);
+        QVERIFY(!dialog.findUnitCode(unit, QStringLiteral("cubit")));
+        QCOMPARE(unit, SpatialReference::UnitCode::Meter);
     }
 
     void searchIgnoresCase()
@@ -361,6 +374,8 @@ private slots:
         QCOMPARE(table->rowCount(), 0);
         QVERIFY(table->isEnabled());
         QVERIFY(searchOf(dialog)->isEnabled());
+        SpatialReference::UnitCode unit = SpatialReference::UnitCode::Unknown;
+        QVERIFY(!dialog.findUnitCode(unit, QStringLiteral("Meter"))); // the half-read unit map is dropped
 
         // The next showing reads the catalogue afresh.
         QSignalSpy finished(&dialog, &CoordSysDialog::loadFinished);
@@ -409,5 +424,8 @@ private slots:
     }
 };
 
-QTEST_MAIN(CoordSysDialogWidgetTest)
+} // namespace AppCreate
+} // namespace Zyn
+
+QTEST_MAIN(Zyn::AppCreate::CoordSysDialogTest)
 #include "tst_coordsysdialog.moc"
