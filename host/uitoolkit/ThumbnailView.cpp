@@ -32,7 +32,10 @@ ThumbnailView::ThumbnailView(QWidget* parent) : QListView(parent)
     setBatchSize(200);
     setSelectionMode(QAbstractItemView::ExtendedSelection);
     setSelectionRectVisible(true);
+    // Drops belong to the canvas around the view: the view passes them on.
     setDragEnabled(false);
+    setAcceptDrops(false);
+    setDragDropMode(QAbstractItemView::NoDragDrop);
     setEditTriggers(QAbstractItemView::NoEditTriggers);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setItemDelegate(new ThumbnailDelegate(this));

@@ -11,6 +11,7 @@
 #include <uitoolkit/ThumbnailProxyModel.h>
 #include <uitoolkit/ThumbnailView.h>
 
+#include <QApplication>
 #include <QDialog>
 #include <QDir>
 #include <QLabel>
@@ -65,20 +66,23 @@ private:
         return count;
     }
 
-    // Sends a drag entering the canvas and, when accepted, the drop.
-    static bool drop(PhotoPreview& canvas, const QList<QUrl>& urls)
+    // Sends a drag entering target (the canvas or a widget inside it) and,
+    // when accepted, the drop. The application passes drag events up to the
+    // first parent that accepts drops, as it does for a real drag.
+    static bool drop(QWidget* target, const QList<QUrl>& urls)
     {
         QMimeData mime;
         mime.setUrls(urls);
-        const QPoint pos(canvas.width() / 2, canvas.height() / 2);
+        const QPoint pos(target->width() / 2, target->height() / 2);
         QDragEnterEvent enter(pos, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(&canvas, &enter);
+        QApplication::sendEvent(target, &enter);
         if (!enter.isAccepted())
             return false;
         QDropEvent dropEvent(pos, Qt::CopyAction, &mime, Qt::LeftButton, Qt::NoModifier);
-        QCoreApplication::sendEvent(&canvas, &dropEvent);
+        QApplication::sendEvent(target, &dropEvent);
         return dropEvent.isAccepted();
     }
+    static bool drop(PhotoPreview& canvas, const QList<QUrl>& urls) { return drop(&canvas, urls); }
 
     void showCanvas(PhotoPreview& canvas)
     {
@@ -184,6 +188,11 @@ private slots:
                               at("loose/single2.jpg")}));
         QCOMPARE(canvas.noticeText(), QString("Skipped: 1 not a photo"));
         QTRY_COMPARE(countInState(canvas, IThumbnailItem::Ready), 3);
+
+        // Dropped onto the tiles themselves, the photos still reach the canvas.
+        QVERIFY(drop(canvas.thumbnailView()->viewport(), {QUrl::fromLocalFile(at("loose/single3.jpg"))}));
+        QCOMPARE(added.count(), 2);
+        QCOMPARE(added.last().first().toStringList(), QStringList({at("loose/single3.jpg")}));
     }
 
     void duplicatesAreSkipped()
