@@ -439,6 +439,8 @@ void TstAerialSettingsFlyout::selfHostedAccountHidesCredits()
     QVERIFY(frame->isVisible());
     QTRY_VERIFY(frame->isHidden());
     QCOMPARE(child<QLabel>("label_current_cc")->text(), kInitialCredits);
+    // No blank space is left where the box was.
+    QCOMPARE(m_flyout->height(), m_flyout->sizeHint().height());
 
     // The account changes to credits: the next showing brings the box back.
     config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
