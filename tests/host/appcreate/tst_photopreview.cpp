@@ -379,6 +379,40 @@ private slots:
         QVERIFY(qobject_cast<LocalImageFileItem*>(canvas.item(at("loose/single4.jpg")).data()));
     }
 
+    void removingPhotosWhileTheyLoad()
+    {
+        PhotoPreview canvas;
+        showCanvas(canvas);
+        auto* loader = ThumbnailLoader::instance();
+        QStringList started;
+        QStringList finished;
+        // The user empties the canvas as soon as the first decode is on a worker.
+        connect(loader, &ThumbnailLoader::loadStarted, &canvas, [&](const QString& path) {
+            started << path;
+            if (canvas.fileCount() > 0)
+                canvas.clear();
+        });
+        connect(loader, &ThumbnailLoader::loadFinished, &canvas,
+                [&finished](const QString& path) { finished << path; });
+        QSignalSpy removed(&canvas, &PhotoPreview::filesRemoved);
+        canvas.addFiles({at("loose"), at("flight")});
+        QTRY_COMPARE(removed.count(), 1);
+        QCOMPARE(canvas.fileCount(), 0);
+        QVERIFY(KeelCore::waitForIdle());
+        QTRY_VERIFY(loader->isIdle());
+        // The one decode that had started came back and was dropped; the
+        // removed photos' queued requests never started.
+        QCOMPARE(started.size(), 1);
+        QCOMPARE(finished, started);
+        QCOMPARE(canvas.selectedFileCount(), 0);
+
+        // The canvas works as before.
+        disconnect(loader, nullptr, &canvas, nullptr);
+        canvas.addFiles({at("loose/single1.jpg")});
+        QVERIFY(canvas.item(at("loose/single1.jpg")));
+        QTRY_COMPARE(canvas.item(at("loose/single1.jpg"))->state(), IThumbnailItem::Ready);
+    }
+
     void flyoutIsKeptWeakly()
     {
         PhotoPreview canvas;
