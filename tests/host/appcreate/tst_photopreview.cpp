@@ -372,6 +372,10 @@ private slots:
         QVERIFY(!canvas.item(at("loose/single2.jpg")));
         QVERIFY(!canvas.item(at("loose/single4.jpg")));
         QCOMPARE(canvas.noticeText(), QString("Skipped: 2 not accepted"));
+        // A photo already on the canvas is not offered to the factory again.
+        QVERIFY(canvas.addFiles({at("loose/single1.jpg")}).isEmpty());
+        QCOMPARE(created, 3);
+        QCOMPARE(canvas.noticeText(), QString("Skipped: 1 already added"));
 
         // Back to the defaults: every local photo is accepted.
         canvas.setItemFactory(nullptr, nullptr);
