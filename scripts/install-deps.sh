@@ -5,7 +5,7 @@ set -euo pipefail
 
 PACKAGES=(
   build-essential cmake ninja-build pkg-config
-  qtbase5-dev qtbase5-dev-tools libqt5svg5-dev
+  qtbase5-dev qtbase5-dev-tools libqt5svg5-dev qt5-image-formats-plugins
   qtwebengine5-dev libqt5webchannel5-dev
   libproj-dev proj-data proj-bin libsqlite3-dev
   libexif-dev libjpeg-dev

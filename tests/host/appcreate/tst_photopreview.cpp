@@ -214,6 +214,23 @@ private slots:
         QCOMPARE(canvas.fileCount(), 2);
     }
 
+    void tiffAndPngPhotosAreDecoded()
+    {
+        QTemporaryDir dir;
+        QVERIFY(dir.isValid());
+        QVERIFY2(TestPhotos::makePicture(QSize(400, 300), 7).save(dir.filePath("ortho.TIFF"), "TIFF"),
+                 "TIFF support needs Qt's image format plug-ins (qt5-image-formats-plugins)");
+        QVERIFY(TestPhotos::makePicture(QSize(300, 400), 8).save(dir.filePath("tall.tif"), "TIFF"));
+        QVERIFY(TestPhotos::makePicture(QSize(320, 240), 9).save(dir.filePath("shot.png"), "PNG"));
+        PhotoPreview canvas;
+        QCOMPARE(canvas.addFiles({dir.path()}).size(), 3);
+        QTRY_COMPARE(countInState(canvas, IThumbnailItem::Ready), 3);
+        const QHash<QString, QImage> thumbnails = canvas.getThumbnailData();
+        QCOMPARE(thumbnails.value(QDir::cleanPath(dir.filePath("ortho.TIFF"))).size(), QSize(160, 120));
+        // Portrait photos keep their shape.
+        QCOMPARE(thumbnails.value(QDir::cleanPath(dir.filePath("tall.tif"))).size(), QSize(90, 120));
+    }
+
     void unreadablePhotoShowsPlaceholder()
     {
         PhotoPreview canvas;
