@@ -25,7 +25,6 @@
 #include <QJsonObject>
 #include <QLineEdit>
 #include <QPluginLoader>
-#include <QProcess>
 #include <QPushButton>
 #include <QSettings>
 #include <QSignalSpy>
@@ -34,6 +33,8 @@
 #include <QTemporaryDir>
 #include <QToolButton>
 #include <QtTest>
+
+#include <support/TestSupport.h>
 
 #include <memory>
 
@@ -80,20 +81,7 @@ private:
 
 QStringList TstAerialCaptureApp::makePhotos(const QString& name, const QStringList& args)
 {
-    const QString tool = QDir(QString::fromLocal8Bit(qgetenv("ZYN_TOOLS_DIR"))).filePath(QStringLiteral("make_drone_photos"));
-    const QString out = m_dir.filePath(name);
-    QProcess process;
-    process.start(tool, QStringList{"--out", out, "--width", "320", "--height", "240", "--alt", "95", "--jobs", "1",
-                                    "--lat", "47.0", "--lon", "15.0"}
-                            + args);
-    if (!process.waitForFinished(120000) || process.exitCode() != 0) {
-        qWarning() << "make_drone_photos failed:" << process.readAllStandardError();
-        return {};
-    }
-    QStringList files;
-    for (const QString& f : QDir(out).entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
-        files << QDir(out).filePath(f);
-    return files;
+    return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), QStringList{QStringLiteral("--alt"), QStringLiteral("95"), QStringLiteral("--lat"), QStringLiteral("47.0"), QStringLiteral("--lon"), QStringLiteral("15.0")} + args);
 }
 
 void TstAerialCaptureApp::initTestCase()

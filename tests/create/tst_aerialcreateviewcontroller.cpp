@@ -19,11 +19,12 @@
 
 #include <QDir>
 #include <QPointer>
-#include <QProcess>
 #include <QSettings>
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <support/TestSupport.h>
 
 using Zyn::AppCreate::AerialCreateViewController;
 using Zyn::AppCreate::AerialSettingsFlyout;
@@ -78,21 +79,7 @@ private:
 
 QStringList TstAerialCreateViewController::makePhotos(const QString& name, const QStringList& args)
 {
-    const QString tool = QDir(QString::fromLocal8Bit(qgetenv("ZYN_TOOLS_DIR"))).filePath(QStringLiteral("make_drone_photos"));
-    const QString out = m_dir.filePath(name);
-    QProcess process;
-    process.start(tool, QStringList{QStringLiteral("--out"), out, QStringLiteral("--width"), QStringLiteral("320"),
-                                    QStringLiteral("--height"), QStringLiteral("240"), QStringLiteral("--alt"),
-                                    QStringLiteral("120"), QStringLiteral("--jobs"), QStringLiteral("1")}
-                            + args);
-    if (!process.waitForFinished(120000) || process.exitCode() != 0) {
-        qWarning() << "make_drone_photos failed:" << process.readAllStandardError();
-        return {};
-    }
-    QStringList files;
-    for (const QString& f : QDir(out).entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
-        files << QDir(out).filePath(f);
-    return files;
+    return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), QStringList{QStringLiteral("--alt"), QStringLiteral("120")} + args);
 }
 
 void TstAerialCreateViewController::initTestCase()

@@ -12,29 +12,13 @@
 #include <QTimer>
 #include <QtTest>
 
+#include <support/TestSupport.h>
+
 #include <functional>
 
 using Zyn::UiBase::FileDialog;
 
 namespace {
-
-void onFileDialog(std::function<void(QFileDialog*)> action)
-{
-    auto* timer = new QTimer(qApp);
-    timer->setInterval(10);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, action] {
-        auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
-            return;
-        timer->stop();
-        timer->deleteLater();
-        QPointer<QWidget> guard(dialog);
-        action(dialog);
-        if (guard && dialog->isVisible())
-            dialog->reject();
-    });
-    timer->start();
-}
 
 } // namespace
 
@@ -90,7 +74,7 @@ private slots:
     void userPicksAFileAndAFolderTogether()
     {
         bool nonNative = false;
-        onFileDialog([&](QFileDialog* dialog) {
+        Zyn::TestSupport::whenModalShown<QFileDialog>([&](QFileDialog* dialog) {
             nonNative = dialog->testOption(QFileDialog::DontUseNativeDialog);
             auto* view = dialog->findChild<QListView*>("listView");
             auto* choose = dialog->findChild<QPushButton*>("choose_selection_button");
@@ -121,7 +105,7 @@ private slots:
 
     void chooseWithoutSelectionTakesTheShownFolder()
     {
-        onFileDialog([](QFileDialog* dialog) {
+        Zyn::TestSupport::whenModalShown<QFileDialog>([](QFileDialog* dialog) {
             if (auto* choose = dialog->findChild<QPushButton*>("choose_selection_button"))
                 QTest::mouseClick(choose, Qt::LeftButton);
         });
@@ -133,7 +117,7 @@ private slots:
     void missingNameKeepsTheDialogOpen()
     {
         bool stillOpen = false;
-        onFileDialog([&](QFileDialog* dialog) {
+        Zyn::TestSupport::whenModalShown<QFileDialog>([&](QFileDialog* dialog) {
             auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
             auto* choose = dialog->findChild<QPushButton*>("choose_selection_button");
             if (!name || !choose)
@@ -149,7 +133,7 @@ private slots:
 
     void saveAddsTheFiltersSuffix()
     {
-        onFileDialog([](QFileDialog* dialog) {
+        Zyn::TestSupport::whenModalShown<QFileDialog>([](QFileDialog* dialog) {
             auto* name = dialog->findChild<QLineEdit*>("fileNameEdit");
             if (!name)
                 return;

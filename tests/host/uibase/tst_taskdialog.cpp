@@ -8,32 +8,13 @@
 #include <QTimer>
 #include <QtTest>
 
+#include <support/TestSupport.h>
+
 #include <functional>
 
 using Zyn::UiBase::TaskDialog;
 
 namespace {
-
-// Runs action on the next modal dialog once it is on screen. The action
-// must close the dialog; if it cannot, the dialog is rejected so the test
-// never hangs.
-void onModalDialog(std::function<void(QDialog*)> action)
-{
-    auto* timer = new QTimer(qApp);
-    timer->setInterval(10);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, action] {
-        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        if (!dialog || !dialog->isVisible())
-            return;
-        timer->stop();
-        timer->deleteLater();
-        QPointer<QWidget> guard(dialog);
-        action(dialog);
-        if (guard && dialog->isVisible())
-            dialog->reject();
-    });
-    timer->start();
-}
 
 bool clickButton(QDialog* dialog, const QString& objectName)
 {
@@ -107,7 +88,7 @@ private slots:
         QStringList names;
         QWidget* dialogParent = nullptr;
         bool clicked = false;
-        onModalDialog([&](QDialog* dialog) {
+        Zyn::TestSupport::whenModalShown<QDialog>([&](QDialog* dialog) {
             mainText = dialog->findChild<QLabel*>("main_text_label")->text();
             mainBold = dialog->findChild<QLabel*>("main_text_label")->font().bold();
             secondaryText = dialog->findChild<QLabel*>("secondary_text_label")->text();
@@ -156,7 +137,7 @@ private slots:
         QFETCH(int, expected);
         QStringList names;
         bool secondaryVisible = true;
-        onModalDialog([&](QDialog* dialog) {
+        Zyn::TestSupport::whenModalShown<QDialog>([&](QDialog* dialog) {
             names = buttonNames(dialog);
             secondaryVisible = dialog->findChild<QLabel*>("secondary_text_label")->isVisible();
             clickButton(dialog, click);
@@ -169,7 +150,7 @@ private slots:
 
     void escapeRejects()
     {
-        onModalDialog([](QDialog* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
+        Zyn::TestSupport::whenModalShown<QDialog>([](QDialog* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
         QCOMPARE(TaskDialog::showErrorMessage(nullptr, "Main", "Second", TaskDialog::YesNoButtons),
                  int(TaskDialog::Rejected));
     }
@@ -178,7 +159,7 @@ private slots:
     {
         auto* parent = new QWidget;
         parent->show();
-        onModalDialog([parent](QDialog*) { delete parent; });
+        Zyn::TestSupport::whenModalShown<QDialog>([parent](QDialog*) { delete parent; });
         QCOMPARE(TaskDialog::showWarningMessage(parent, "Main"), int(TaskDialog::Rejected));
     }
 

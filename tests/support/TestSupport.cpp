@@ -1,0 +1,56 @@
+#include "TestSupport.h"
+
+#include <QApplication>
+#include <QDebug>
+#include <QDialog>
+#include <QDir>
+#include <QPointer>
+#include <QProcess>
+#include <QTimer>
+
+namespace Zyn {
+namespace TestSupport {
+
+QStringList makeDronePhotos(const QString& outDir, const QStringList& extraArgs)
+{
+    const QString tool =
+        QDir(QString::fromLocal8Bit(qgetenv("ZYN_TOOLS_DIR"))).filePath(QStringLiteral("make_drone_photos"));
+    QProcess process;
+    process.start(tool, QStringList{QStringLiteral("--out"), outDir, QStringLiteral("--width"), QStringLiteral("320"),
+                                    QStringLiteral("--height"), QStringLiteral("240"), QStringLiteral("--jobs"),
+                                    QStringLiteral("1")}
+                            + extraArgs);
+    if (!process.waitForFinished(120000) || process.exitCode() != 0) {
+        qWarning() << "make_drone_photos failed:" << process.errorString() << process.readAllStandardError();
+        return {};
+    }
+    const QDir dir(outDir);
+    QStringList files;
+    for (const QString& f : dir.entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
+        files << dir.filePath(f);
+    return files;
+}
+
+void whenModalShown(const std::function<QWidget*(QWidget*)>& match, const std::function<void(QWidget*)>& action)
+{
+    auto* timer = new QTimer(qApp);
+    timer->setInterval(10);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, match, action] {
+        QWidget* modal = QApplication::activeModalWidget();
+        QWidget* target = modal ? match(modal) : nullptr;
+        if (!target || !target->isVisible())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        QPointer<QWidget> guard(target);
+        action(target);
+        if (guard && guard->isVisible()) {
+            if (auto* dialog = qobject_cast<QDialog*>(guard.data()))
+                dialog->reject();
+        }
+    });
+    timer->start();
+}
+
+} // namespace TestSupport
+} // namespace Zyn
