@@ -352,8 +352,10 @@ void CoordSysDialog::runLoad(KeelCore::WeakRef<CoordSysDialog> self, bool input,
     int rowsAdded = 0;
     std::vector<wchar_t> epsgBuffer(1024);
 
+    int reportedDefinitions = 0;
     auto postChunk = [&]() {
         chunk->definitionCount = count;
+        reportedDefinitions = chunk->definitionsDone;
         KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, generation, chunk]() {
             if (CoordSysDialog* dialog = self.lock())
                 dialog->applyChunk(generation, *chunk);
@@ -428,7 +430,8 @@ void CoordSysDialog::runLoad(KeelCore::WeakRef<CoordSysDialog> self, bool input,
         if (int(chunk->rows.size()) >= rowsPerJob)
             postChunk();
     }
-    if (!chunk->rows.empty() || !chunk->unitNames.empty())
+    // Also when only skipped definitions are left: progress must reach 100.
+    if (!chunk->rows.empty() || !chunk->unitNames.empty() || chunk->definitionsDone > reportedDefinitions)
         postChunk();
 
     KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, generation, rowsAdded]() {
