@@ -174,30 +174,32 @@ int runDialog(const TaskDialog::Request& request)
 
 } // namespace
 
-int TaskDialog::showErrorMessage(QWidget* parent, const QString& mainText, const QString& secondaryText,
-                                 int buttonSet, const QList<IconButton>& iconButtons)
+namespace {
+TaskDialog::Request makeRequest(TaskDialog::Kind kind, QWidget* parent, const QString& mainText,
+                                const QString& secondaryText, int buttonSet,
+                                const QList<TaskDialog::IconButton>& iconButtons)
 {
-    Request request;
-    request.kind = Error;
+    TaskDialog::Request request;
+    request.kind = kind;
     request.mainText = mainText;
     request.secondaryText = secondaryText;
     request.buttonSet = buttonSet;
     request.iconButtons = iconButtons;
     request.parent = parent;
-    return show(request);
+    return request;
+}
+} // namespace
+
+int TaskDialog::showErrorMessage(QWidget* parent, const QString& mainText, const QString& secondaryText,
+                                 int buttonSet, const QList<IconButton>& iconButtons)
+{
+    return show(makeRequest(Error, parent, mainText, secondaryText, buttonSet, iconButtons));
 }
 
 int TaskDialog::showWarningMessage(QWidget* parent, const QString& mainText, const QString& secondaryText,
                                    int buttonSet, const QList<IconButton>& iconButtons)
 {
-    Request request;
-    request.kind = Warning;
-    request.mainText = mainText;
-    request.secondaryText = secondaryText;
-    request.buttonSet = buttonSet;
-    request.iconButtons = iconButtons;
-    request.parent = parent;
-    return show(request);
+    return show(makeRequest(Warning, parent, mainText, secondaryText, buttonSet, iconButtons));
 }
 
 int TaskDialog::show(const Request& request)
