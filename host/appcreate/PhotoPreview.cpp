@@ -1,6 +1,7 @@
 #include "PhotoPreview.h"
 #include "ui_PhotoPreview.h"
 
+#include <keelcore/Dispatch.h>
 #include <uibase/FileDialog.h>
 #include <uitoolkit/IThumbnailItem.h>
 #include <uitoolkit/LocalImageFileItem.h>
@@ -15,11 +16,13 @@
 #include <QFileInfo>
 #include <QItemSelectionModel>
 #include <QMimeData>
+#include <QPointer>
 #include <QSet>
 #include <QStandardPaths>
 #include <QUrl>
 
 #include <algorithm>
+#include <memory>
 
 namespace Zyn {
 namespace AppCreate {
@@ -80,25 +83,17 @@ PhotoPreview::PhotoPreview(QWidget* parent)
 
 PhotoPreview::~PhotoPreview() = default;
 
-QStringList PhotoPreview::addFiles(const QStringList& pathsOrFolders)
-{
-    int notPhotos = 0;
+// What a batch of chosen or dropped paths holds. Pure file-system work, so
+// it can run on a worker when the batch names folders.
+struct PhotoPreview::PathScan {
+    QStringList photos; // folders expanded, each in natural name order
     int missing = 0;
-    int duplicates = 0;
-    int rejected = 0;
+    int notPhotos = 0;
+};
 
-    QStringList candidates;
-    QSet<QString> seen;
-    const auto consider = [&](const QFileInfo& info) {
-        const QString path = normalizedPath(info);
-        if (seen.contains(path) || m_model->contains(path)) {
-            ++duplicates;
-            return;
-        }
-        seen.insert(path);
-        candidates << path;
-    };
-
+PhotoPreview::PathScan PhotoPreview::scanPaths(const QStringList& pathsOrFolders)
+{
+    PathScan scan;
     for (const QString& entry : pathsOrFolders) {
         if (entry.trimmed().isEmpty())
             continue;
@@ -118,15 +113,64 @@ QStringList PhotoPreview::addFiles(const QStringList& pathsOrFolders)
             std::sort(found.begin(), found.end(), [](const QString& a, const QString& b) {
                 return UiToolkit::ThumbnailProxyModel::naturalCompare(a, b) < 0;
             });
-            for (const QString& path : qAsConst(found))
-                consider(QFileInfo(path));
+            scan.photos << found;
         } else if (!info.exists()) {
-            ++missing;
+            ++scan.missing;
         } else if (!isPhotoFile(info)) {
-            ++notPhotos;
+            ++scan.notPhotos;
         } else {
-            consider(info);
+            scan.photos << normalizedPath(info);
         }
+    }
+    return scan;
+}
+
+QStringList PhotoPreview::addFiles(const QStringList& pathsOrFolders)
+{
+    return addScanned(scanPaths(pathsOrFolders));
+}
+
+void PhotoPreview::addFilesInBackground(const QStringList& pathsOrFolders)
+{
+    const bool namesFolder = std::any_of(pathsOrFolders.begin(), pathsOrFolders.end(),
+                                         [](const QString& path) { return QFileInfo(path).isDir(); });
+    if (!namesFolder) {
+        addFiles(pathsOrFolders);
+        return;
+    }
+    // A folder may hold a whole disk's worth of files: search it on a worker
+    // so the window keeps answering.
+    ++m_pendingScans;
+    m_ui->notice_label->setText(tr("Searching folders for photos..."));
+    m_ui->notice_label->setVisible(true);
+    const QPointer<PhotoPreview> self(this);
+    KeelCore::dispatchAsync(KeelCore::QosUserInitiated, [self, pathsOrFolders] {
+        auto scan = std::make_shared<PathScan>(scanPaths(pathsOrFolders));
+        KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, scan] {
+            if (!self)
+                return;
+            --self->m_pendingScans;
+            self->addScanned(*scan);
+        });
+    });
+}
+
+QStringList PhotoPreview::addScanned(const PathScan& scan)
+{
+    const int notPhotos = scan.notPhotos;
+    const int missing = scan.missing;
+    int duplicates = 0;
+    int rejected = 0;
+
+    QStringList candidates;
+    QSet<QString> seen;
+    for (const QString& path : scan.photos) {
+        if (seen.contains(path) || m_model->contains(path)) {
+            ++duplicates;
+            continue;
+        }
+        seen.insert(path);
+        candidates << path;
     }
 
     QVector<ItemPtr> items;
@@ -160,8 +204,10 @@ QStringList PhotoPreview::addFiles(const QStringList& pathsOrFolders)
     if (rejected > 0)
         skipped << tr("%1 not accepted").arg(rejected);
     m_notice = skipped.isEmpty() ? QString() : tr("Skipped: %1").arg(skipped.join(QStringLiteral(", ")));
-    m_ui->notice_label->setText(m_notice);
-    m_ui->notice_label->setVisible(!m_notice.isEmpty());
+    const QString shown =
+        m_notice.isEmpty() && m_pendingScans > 0 ? tr("Searching folders for photos...") : m_notice;
+    m_ui->notice_label->setText(shown);
+    m_ui->notice_label->setVisible(!shown.isEmpty());
 
     updateState();
     if (!accepted.isEmpty())
@@ -288,7 +334,7 @@ void PhotoPreview::browseForPhotos()
         return;
     const QFileInfo first(chosen.first());
     m_lastFolder = first.isDir() ? first.absoluteFilePath() : first.absolutePath();
-    addFiles(chosen);
+    addFilesInBackground(chosen);
 }
 
 QStringList PhotoPreview::localPaths(const QMimeData* mime)
@@ -328,7 +374,7 @@ void PhotoPreview::dropEvent(QDropEvent* event)
         return;
     }
     event->acceptProposedAction();
-    addFiles(paths);
+    addFilesInBackground(paths);
 }
 
 void PhotoPreview::changeEvent(QEvent* event)

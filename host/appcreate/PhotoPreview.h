@@ -47,6 +47,12 @@ public:
     // the canvas's notice line). Answers the accepted paths, which are also
     // announced by one filesAdded signal.
     QStringList addFiles(const QStringList& pathsOrFolders);
+    // As addFiles, for what the user chose or dropped: a batch that names a
+    // folder is searched on a worker and added when the search is done
+    // (filesAdded tells); a batch of files is added at once.
+    void addFilesInBackground(const QStringList& pathsOrFolders);
+    // Folder searches started by addFilesInBackground that have not finished.
+    int pendingFolderSearches() const { return m_pendingScans; }
     // Removes photos by path; answers those removed (filesRemoved is emitted).
     QStringList removeFiles(const QStringList& paths);
     // Removes the highlighted tiles, as the Remove button does.
@@ -109,6 +115,9 @@ protected:
     void changeEvent(QEvent* event) override;
 
 private:
+    struct PathScan;
+    static PathScan scanPaths(const QStringList& pathsOrFolders);
+    QStringList addScanned(const PathScan& scan);
     static QStringList localPaths(const QMimeData* mime);
     void updateState();
     void updateCountLabel();
@@ -122,6 +131,7 @@ private:
     QString m_lastFolder;
     QString m_notice;
     bool m_dropWidgetAllowed = false;
+    int m_pendingScans = 0;
 };
 
 } // namespace AppCreate
