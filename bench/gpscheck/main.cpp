@@ -37,42 +37,42 @@ struct Set
     qint64 bytes = 0;
 };
 
-// The same I/O as the reader (stat, "rb", seek for the size, one buffer,
-// one fread) without any parsing: the floor the GPS check cannot beat.
+// "rb", seek for the size, one buffer, one unbuffered fread: the reader's I/O.
+std::unique_ptr<unsigned char[]> readWholeFile(const std::string& path, long& size)
+{
+    std::FILE* f = std::fopen(path.c_str(), "rb");
+    if (!f)
+        return nullptr;
+    std::setvbuf(f, nullptr, _IONBF, 0);
+    std::fseek(f, 0, SEEK_END);
+    size = std::ftell(f);
+    std::fseek(f, 0, SEEK_SET);
+    std::unique_ptr<unsigned char[]> buf(new unsigned char[size > 0 ? size : 1]);
+    const bool ok = std::fread(buf.get(), 1, std::size_t(size), f) == std::size_t(size);
+    std::fclose(f);
+    return ok ? std::move(buf) : nullptr;
+}
+
+// The same I/O as the reader (stat, then the whole-file read) without any
+// parsing: the floor the GPS check cannot beat.
 bool bareRead(const std::string& path, volatile unsigned char& sink)
 {
     struct stat st;
     if (::stat(path.c_str(), &st) != 0)
         return false;
-    std::FILE* f = std::fopen(path.c_str(), "rb");
-    if (!f)
-        return false;
-    std::setvbuf(f, nullptr, _IONBF, 0);
-    std::fseek(f, 0, SEEK_END);
-    const long size = std::ftell(f);
-    std::fseek(f, 0, SEEK_SET);
-    std::unique_ptr<unsigned char[]> buf(new unsigned char[size > 0 ? size : 1]);
-    const bool ok = std::fread(buf.get(), 1, std::size_t(size), f) == std::size_t(size);
-    std::fclose(f);
-    if (ok && size > 0)
+    long size = 0;
+    const std::unique_ptr<unsigned char[]> buf = readWholeFile(path, size);
+    if (buf && size > 0)
         sink = buf[std::size_t(size) - 1];
-    return ok;
+    return buf != nullptr;
 }
 
 // Handing libexif the whole file and letting it find the segment itself.
 bool libexifScan(const std::string& path)
 {
-    std::FILE* f = std::fopen(path.c_str(), "rb");
-    if (!f)
-        return false;
-    std::setvbuf(f, nullptr, _IONBF, 0);
-    std::fseek(f, 0, SEEK_END);
-    const long size = std::ftell(f);
-    std::fseek(f, 0, SEEK_SET);
-    std::unique_ptr<unsigned char[]> buf(new unsigned char[size > 0 ? size : 1]);
-    const bool ok = std::fread(buf.get(), 1, std::size_t(size), f) == std::size_t(size);
-    std::fclose(f);
-    if (!ok)
+    long size = 0;
+    const std::unique_ptr<unsigned char[]> buf = readWholeFile(path, size);
+    if (!buf)
         return false;
     ExifData* d = exif_data_new_from_data(buf.get(), unsigned(size));
     const bool gps = d && d->ifd[EXIF_IFD_GPS]->count > 0;
