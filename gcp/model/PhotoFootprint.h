@@ -1,0 +1,51 @@
+#pragma once
+
+#include <QSize>
+#include <QString>
+#include <QStringList>
+#include <QVector>
+#include <QtNumeric>
+
+namespace Zyn {
+namespace AppGcp {
+
+// What the footprint rule needs of one photo.
+struct PhotoGeo {
+    QString path;
+    bool hasGps = false;
+    double longitude = 0.0;
+    double latitude = 0.0;
+    double altitude = 0.0;
+    bool hasAltitude = false;
+    double relativeAltitude = qQNaN();
+    double focalLength35mm = 0.0;
+    QSize pixelSize;
+    double yawDegrees = qQNaN();
+};
+
+// A point on the ground in WGS 84 degrees; z is its height when known.
+struct GroundPoint {
+    double longitude = 0.0;
+    double latitude = 0.0;
+    double z = 0.0;
+    bool hasZ = false;
+};
+
+// Height of the camera above the point: the photo's altitude minus the
+// point's height when both are known and the difference is 5 to 1,500 m;
+// else the drone's relative altitude; else 120 m.
+double heightAbovePoint(const PhotoGeo& photo, const GroundPoint& point);
+// Diagonal field of view in degrees: from the 35 mm focal length, else 84.
+double diagonalFieldOfView(const PhotoGeo& photo);
+// Half the diagonal of the photo's nadir footprint on the ground, in metres.
+double footprintHalfDiagonal(const PhotoGeo& photo, const GroundPoint& point);
+// Horizontal distance in metres (local flat approximation, fine below a
+// few kilometres).
+double groundDistance(double lon1, double lat1, double lon2, double lat2);
+
+// The photos that can show the point: horizontal distance at most 1.25 x
+// half the footprint's diagonal; nearest first. Photos without GPS never pass.
+QStringList photosNearPoint(const QVector<PhotoGeo>& photos, const GroundPoint& point);
+
+} // namespace AppGcp
+} // namespace Zyn
