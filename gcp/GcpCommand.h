@@ -1,18 +1,14 @@
 #pragma once
 
 #include <appcreate/CreateFilesProtocol.h>
+#include <uibase/BaseView.h>
 #include <uibase/CommandBase.h>
+#include <uitoolkit/ActionPanelVC.h>
 
 #include <QPointer>
 #include <QString>
 
 namespace Zyn {
-namespace UiBase {
-class BaseView;
-}
-namespace UiToolkit {
-class ActionPanelVC;
-}
 namespace AppGcp {
 
 class GcpViewController;

@@ -7,14 +7,18 @@
 
 #include <gcp/model/GcpListFile.h>
 #include <gcp/model/GcpStatus.h>
+#include <gcp/model/PhotoGeoCache.h>
 #include <gcp/model/SurveyAutosave.h>
 #include <gcp/model/SurveyFileFlow.h>
 #include <uibase/TaskDialog.h>
 #include <utilities/ResourceStrings.h>
 
+#include <QAbstractButton>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QLabel>
+#include <QTemporaryDir>
 
 namespace Zyn {
 namespace AppGcp {
@@ -22,7 +26,8 @@ namespace AppGcp {
 GcpEditor::GcpEditor(QWidget* parent)
     : QWidget(parent)
     , ui(new Ui::GcpEditor)
-    , m_autosave(new SurveyAutosave)
+    , m_geo(new PhotoGeoCache(this))
+    , m_autosave(new SurveyAutosave(this))
 {
     ui->setupUi(this);
     setWindowTitle(tr("Survey Points"));
@@ -34,6 +39,10 @@ GcpEditor::GcpEditor(QWidget* parent)
     GcpInfoEditor* table = ui->gcpInfoEditor;
     MarkerEditor* markers = table->markerEditor();
     markers->setCoordsTemplate(table->coordsTemplate());
+    markers->setGeoCache(m_geo);
+    // Pixel sizes and positions arrive later than the table: check again then.
+    connect(m_geo, &PhotoGeoCache::loaded, this, &GcpEditor::refreshStatus);
+    connect(m_autosave, &SurveyAutosave::saveFailed, this, &GcpEditor::reportSaveFailure);
 
     connect(table, &GcpInfoEditor::gcpNameChanged, this, &GcpEditor::onGcpNameChanged);
     connect(table, &GcpInfoEditor::gcpCoordsChanged, this, &GcpEditor::onGcpCoordsChanged);
@@ -41,7 +50,7 @@ GcpEditor::GcpEditor(QWidget* parent)
     connect(table, &GcpInfoEditor::gcpInfoAdded, this, &GcpEditor::onGcpInfoAdded);
     connect(table, &GcpInfoEditor::gcpInfoDeleted, this, &GcpEditor::onGcpInfoDeleted);
     connect(table, &GcpInfoEditor::gcpSelected, this, &GcpEditor::onSelectedGcpChanged);
-    connect(table, &GcpInfoEditor::doneButtonClicked, ui->button_close, &QToolButton::clicked);
+    connect(table, &GcpInfoEditor::doneButtonClicked, ui->button_close, &QToolButton::click);
     connect(table, &GcpInfoEditor::surveyChanged, this, &GcpEditor::surveyChanged);
     connect(markers, &MarkerEditor::markerChanged, this, &GcpEditor::onMarkerChanged);
     connect(markers, &MarkerEditor::browseButtonClicked, this, &GcpEditor::onBrowseButtonClicked);
@@ -76,7 +85,19 @@ void GcpEditor::setFiles(const QStringList& files)
 {
     m_files = files;
     ui->gcpInfoEditor->markerEditor()->setFiles(files);
+    m_geo->request(files);
+    if (!m_supportFilePath.isEmpty())
+        m_autosave->setPath(m_supportFilePath, m_files);
     refreshStatus();
+}
+
+void GcpEditor::reportSaveFailure(const QString& error)
+{
+    // Once per visit: a failing disk must not bury the user in dialogs.
+    if (m_saveFailureShown)
+        return;
+    m_saveFailureShown = true;
+    UiBase::TaskDialog::showErrorMessage(this, Resource::String::GCP_SAVE_ERROR_TITLE, error);
 }
 
 void GcpEditor::setThumbnailData(const QHash<QString, QImage>& thumbnails)
@@ -123,7 +144,12 @@ void GcpEditor::refreshStatus()
     input.gcps = table->gcpsInTableOrder();
     input.markersByName = table->markers();
     input.coordSys = table->coordSys();
-    input.photos = ui->gcpInfoEditor->markerEditor()->photoInfos(m_files);
+    for (const QString& file : m_files) {
+        const PhotoGeo geo = m_geo->value(file);
+        input.photoSizes.insert(file, geo.pixelSize);
+        if (m_geo->contains(file))
+            input.photoGeo.insert(file, geo);
+    }
     const GcpStatusResult result = computeGcpStatus(input);
     m_status = result.codesByName;
     m_summary = result.summaryText();
@@ -133,8 +159,7 @@ void GcpEditor::refreshStatus()
 
 void GcpEditor::flushAutosave()
 {
-    if (m_autosave)
-        m_autosave->flush();
+    m_autosave->flush();
 }
 
 bool GcpEditor::prepareHandOff(AppCreate::ProjectRequest& request, QString* error)
@@ -154,10 +179,15 @@ bool GcpEditor::prepareHandOff(AppCreate::ProjectRequest& request, QString* erro
     }
     request.files.insert(QStringLiteral("gcp_list.txt"), lists.controlPoints);
     request.files.insert(QStringLiteral("checkpoint_list.txt"), lists.checkpoints);
-    QByteArray ll84;
-    QString why;
-    if (SurveyFileFlow::formatLL84(gcps, table->markers(), table->coordSys(), &ll84, &why))
-        request.files.insert(QStringLiteral("gcp_survey_ll84.xml"), ll84);
+    // The same survey in WGS 84, when every point can be converted.
+    QTemporaryDir scratch;
+    const QString ll84Path = scratch.filePath(QStringLiteral("gcp_survey_ll84.xml"));
+    if (scratch.isValid()
+        && SurveyFileFlow::writeFile(ll84Path, table->markers(), gcpMapByName(gcps), table->coordSys(), true).ok()) {
+        QFile ll84(ll84Path);
+        if (ll84.open(QIODevice::ReadOnly))
+            request.files.insert(QStringLiteral("gcp_survey_ll84.xml"), ll84.readAll());
+    }
     return true;
 }
 
@@ -177,7 +207,9 @@ void GcpEditor::prepareMarkerPlacer(MarkerPlacerEx* placer)
     GcpInfoEditor* table = ui->gcpInfoEditor;
     placer->setMarkerMap(&table->markers());
     placer->setGcpMap(&table->gcps());
+    placer->setGeoCache(m_geo);
     placer->setFiles(m_files);
+    placer->setCoordSys(table->coordSys(), table->coordsTemplate());
 }
 
 bool GcpEditor::hasPendingWork() const
@@ -195,6 +227,7 @@ void GcpEditor::resetForLeaving()
     ui->gcpInfoEditor->resetForLeaving();
     ui->gcpInfoEditor->markerEditor()->setFilterByGpsIdle();
     setWindowTitle(tr("Survey Points"));
+    m_saveFailureShown = false;
     flushAutosave();
 }
 

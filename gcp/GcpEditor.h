@@ -10,7 +10,6 @@
 #include <QTimer>
 #include <QWidget>
 
-#include <memory>
 
 namespace Ui {
 class GcpEditor;
@@ -21,6 +20,7 @@ namespace AppGcp {
 
 class GcpInfoEditor;
 class MarkerPlacerEx;
+class PhotoGeoCache;
 class SurveyAutosave;
 
 // The GCP editor's panel: the table editor with its photo and map sides,
@@ -77,6 +77,7 @@ private:
     void surveyChanged();
     void refreshStatus();
     void resume();
+    void reportSaveFailure(const QString& error);
 
     Ui::GcpEditor* ui = nullptr;
     QStringList m_files;
@@ -84,7 +85,9 @@ private:
     QString m_selected;
     QHash<QString, QSet<int>> m_status;
     QString m_summary;
-    std::unique_ptr<SurveyAutosave> m_autosave;
+    bool m_saveFailureShown = false;
+    PhotoGeoCache* m_geo = nullptr;
+    SurveyAutosave* m_autosave = nullptr;
     QList<QPointer<MarkerPlacerEx>> m_placers;
 };
 

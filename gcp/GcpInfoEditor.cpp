@@ -3,10 +3,12 @@
 
 #include <coordsys/CoordSysDialog.h>
 #include <gcp/MarkerEditor.h>
-#include <gcp/map/GcpMapsVC.h>
 #include <gcp/model/GcpColor.h>
 #include <gcp/model/GcpPasteFlow.h>
+#include <gcp/model/SurveyAutosave.h>
 #include <gcp/model/SurveyFileFlow.h>
+#include <gcp/GcpThumbnailVC.h>
+#include <uibase/TaskDialog.h>
 #include <gis/Gis.h>
 #include <spatialreference/SpatialReference.h>
 #include <uibase/QtUiToolkit.h>
@@ -40,7 +42,7 @@ QString unitName(int unitCode)
     if (SpatialReference::GetUnitCodeIdentifier(static_cast<SpatialReference::UnitCode>(unitCode), name)
         != SpatialReference::Success)
         return {};
-    return QString(name);
+    return name.toQString();
 }
 
 class NoEditCheckItem : public QTableWidgetItem {
@@ -106,10 +108,15 @@ GcpInfoEditor::GcpInfoEditor(QWidget* parent)
 
     m_coordSys = AppCreate::CoordSysDialog::loadGcpCoordSysInfo(true);
     ui->coord_sys_selector->setInput(true);
-    ui->coord_sys_selector->setCoordSysData(m_coordSys);
+    {
+        const QSignalBlocker block(ui->coord_sys_selector);
+        ui->coord_sys_selector->setCoordSysData(m_coordSys);
+    }
     rebuildHeaders();
 
     MarkerEditor* markers = ui->marker_editor;
+    markers->setCoordSys(m_coordSys);
+    markers->setCoordsTemplate(m_coordsTemplate);
     markers->setMarkerMap(&m_markers);
     markers->setGcpMap(&m_gcps);
     connect(markers, &MarkerEditor::markerAdded, this, &GcpInfoEditor::onMarkerAdded);
@@ -158,15 +165,15 @@ QWidget* GcpInfoEditor::mapViewContainer() const
     return ui->mapView;
 }
 
-void GcpInfoEditor::setMapBridge(GcpMapsVC* map)
+void GcpInfoEditor::setMapBridge(GcpMapBridge* map)
 {
     if (m_map)
         disconnect(m_map, nullptr, this, nullptr);
     m_map = map;
     if (!m_map)
         return;
-    connect(m_map, &GcpMapsVC::tagPhotos, this, &GcpInfoEditor::onTagPhotos);
-    connect(m_map, &GcpMapsVC::pinClicked, this, &GcpInfoEditor::onPinClicked);
+    connect(m_map, &GcpMapBridge::tagPhotos, this, &GcpInfoEditor::onTagPhotos);
+    connect(m_map, &GcpMapBridge::pinClicked, this, &GcpInfoEditor::onPinClicked);
     m_map->setGcpData(&m_gcps, m_coordSys);
     mapRefresh();
 }
@@ -263,6 +270,7 @@ void GcpInfoEditor::onCoordSysSelectionChanged(const AppCreate::GcpCoordSysInfo&
     if (m_map)
         m_map->setGcpData(&m_gcps, m_coordSys);
     ui->marker_editor->setCoordsTemplate(m_coordsTemplate);
+    ui->marker_editor->setCoordSys(m_coordSys);
     changed();
 }
 
@@ -270,7 +278,10 @@ void GcpInfoEditor::setCoordSys(const AppCreate::GcpCoordSysInfo& coordSys)
 {
     if (!coordSys.isValid())
         return;
-    ui->coord_sys_selector->setCoordSysData(coordSys);
+    {
+        const QSignalBlocker block(ui->coord_sys_selector);
+        ui->coord_sys_selector->setCoordSysData(coordSys);
+    }
     onCoordSysSelectionChanged(coordSys);
 }
 
@@ -389,9 +400,11 @@ void GcpInfoEditor::setSurvey(const GcpList& gcps, const MarkerMap& markersByNam
             m_markers.insert(it.key(), it.value());
     if (coordSys.isValid()) {
         m_coordSys = coordSys;
+        const QSignalBlocker block(ui->coord_sys_selector);
         ui->coord_sys_selector->setCoordSysData(coordSys);
         rebuildHeaders();
         ui->marker_editor->setCoordsTemplate(m_coordsTemplate);
+        ui->marker_editor->setCoordSys(m_coordSys);
         emit gcpCoordsTypeChanged();
     }
     rebuildRows(order);
@@ -417,6 +430,11 @@ void GcpInfoEditor::addGcps(const GcpList& gcps, const MarkerMap& markersByName)
     refreshStatusIcons();
     refreshPlaceholderAndButtons();
     changed();
+}
+
+void GcpInfoEditor::setSummary(const QString& text)
+{
+    ui->label_summary->setText(text);
 }
 
 void GcpInfoEditor::setStatus(const QHash<QString, QSet<int>>& statusByName)
@@ -682,7 +700,13 @@ void GcpInfoEditor::on_load_button_clicked()
     }
     if (!result.ok())
         return;
-    setSurvey(result.gcps, markersByName(result.gcps, result.markers), result.coordSys);
+    MarkerMap markers = markersByName(result.gcps, result.markers);
+    const QStringList unmatched = attachMarkersToPhotos(markers, ui->marker_editor->thumbnails()->files());
+    setSurvey(result.gcps, markers, result.coordSys);
+    if (!unmatched.isEmpty())
+        UiBase::TaskDialog::showWarningMessage(
+            this, tr("Some markers are on photos that are not in this project"),
+            tr("They are kept and marked as errors until you place them again: %1").arg(unmatched.join(QStringLiteral(", "))));
 }
 
 void GcpInfoEditor::on_photoView_button_clicked()
@@ -754,7 +778,7 @@ void GcpInfoEditor::onContextMenuPasteTriggered()
     const PasteOutcome outcome = GcpPasteFlow::paste(text, {}, tableNames(), this);
     if (outcome.gcps.isEmpty())
         return;
-    addGcps(outcome.gcps, outcome.markersByName);
+    addGcps(outcome.gcps);
 }
 
 void GcpInfoEditor::onCustomContextMenuRequested(const QPoint& pos)

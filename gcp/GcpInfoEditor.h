@@ -1,6 +1,7 @@
 #pragma once
 
 #include <coordsys/GcpCoordSysInfo.h>
+#include <gcp/GcpMapBridge.h>
 #include <gcp/model/GcpInfo.h>
 
 #include <QCursor>
@@ -22,7 +23,6 @@ class GcpInfoEditor;
 namespace Zyn {
 namespace AppGcp {
 
-class GcpMapsVC;
 class MarkerEditor;
 
 // The "Survey Points" panel: the table of survey points (names, three
@@ -39,8 +39,8 @@ public:
 
     MarkerEditor* markerEditor() const;
     // The map side; null until a map is attached. Every call to it is guarded.
-    void setMapBridge(GcpMapsVC* map);
-    GcpMapsVC* mapBridge() const { return m_map; }
+    void setMapBridge(GcpMapBridge* map);
+    GcpMapBridge* mapBridge() const { return m_map; }
     QWidget* mapViewContainer() const;
 
     // Records, keyed by name; markers keyed by point name.
@@ -58,8 +58,10 @@ public:
     // Adds pasted or imported points; names are already unique.
     void addGcps(const GcpList& gcps, const MarkerMap& markersByName = {});
     void setCoordSys(const AppCreate::GcpCoordSysInfo& coordSys);
-    // Status codes of each point, by name (computed by the controller).
+    // Status codes of each point, by name (computed by the controller),
+    // and the summary line above the table.
     void setStatus(const QHash<QString, QSet<int>>& statusByName);
+    void setSummary(const QString& text);
     QSet<int> statusOfRow(int row) const;
     // Selects the row of the point (none for an empty name).
     void selectGcp(const QString& name);
@@ -140,7 +142,7 @@ private:
     void mapRefresh();
 
     Ui::GcpInfoEditor* ui = nullptr;
-    QPointer<GcpMapsVC> m_map;
+    QPointer<GcpMapBridge> m_map;
     QPointer<QLabel> m_placeholder;
     GcpMap m_gcps;
     MarkerMap m_markers;

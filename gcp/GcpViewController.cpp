@@ -49,6 +49,11 @@ void GcpViewController::onBrowseButtonClicked(const QString& gcpName)
     panel->setTitle(tr("Survey Points"));
     panel->setMainView(view);
     view->setContentWidget(placer);
+    const QPointer<UiToolkit::ActionPanelVC> guard(panel);
+    connect(placer, &MarkerPlacerEx::closeRequested, panel, [guard] {
+        if (guard)
+            guard->close();
+    });
     presentViewController(panel, UiBase::TransitionFromRight);
     placer->openAt(gcpName);
 }

@@ -59,6 +59,10 @@ public:
     GcpThumbnailVC* thumbnails() const { return m_thumbs; }
     // Redraws labels, badges and the open photo's markers.
     void refresh();
+    // Named as the form's slots, connected by hand: the form has no such
+    // button, and the box's object name differs in case.
+    void on_button_return_clicked();
+    void on_checkbox_filterByGps_toggled(bool checked);
     void onGcpNameChanged(const QString& oldName, const QString& newName);
     void onGcpCoordsChanged();
 
@@ -81,12 +85,10 @@ public slots:
     void onFilteredByGPSCheckedStateChanged(bool checked);
     void on_button_back_clicked();
     void on_button_delete_marker_clicked();
-    void on_button_return_clicked();
     void on_button_browse_clicked();
     void on_button_prev_clicked();
     void on_button_next_clicked();
     void on_button_done_clicked();
-    void on_checkbox_filterByGps_toggled(bool checked);
     void enableDeleteButton();
     void onMarkedImageUpdated(bool closed);
     void onMarkChanged();

@@ -29,3 +29,17 @@ convert -size 32x32 xc:none -stroke black -strokewidth 3 -fill none \
 # Panel close button, hovered.
 convert -size 18x18 xc:none -fill '#E1E7EE' -stroke none -draw "roundrectangle 0,0 17,17 3,3" \
   -stroke '#404040' -strokewidth 2 -draw "line 5,5 12,12" -draw "line 12,5 5,12" "$out/sys_close_hover_18.png"
+
+# Photo navigation: previous and next.
+convert -size 20x20 xc:none -stroke '#404040' -strokewidth 2.5 -fill none \
+  -draw "polyline 13,3 6,10 13,17" "$out/sys_prev_image.png"
+convert -size 20x20 xc:none -stroke '#404040' -strokewidth 2.5 -fill none \
+  -draw "polyline 7,3 14,10 7,17" "$out/sys_next_image.png"
+
+# Placing cursor: a thin cross with a gap, hot spot at its centre (15, 15).
+mkdir -p "$out/Cursors"
+convert -size 32x32 xc:none -stroke white -strokewidth 3 \
+  -draw "line 15,1 15,11" -draw "line 15,19 15,29" -draw "line 1,15 11,15" -draw "line 19,15 29,15" \
+  -stroke black -strokewidth 1 \
+  -draw "line 15,1 15,11" -draw "line 15,19 15,29" -draw "line 1,15 11,15" -draw "line 19,15 29,15" \
+  "$out/Cursors/SWFacepicker.png"
