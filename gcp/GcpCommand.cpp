@@ -20,7 +20,6 @@ GcpCommand::GcpCommand(UiBase::CmdsViewController* owner)
     setToolTip(Resource::String::GCP_COMMAND_TOOLTIP);
     setIcon(UiBase::QtUiToolkit::Instance()->getIcon(QStringLiteral("ap_gcp")));
     setCheckable(false);
-    setEnabled(false);
 
     // Parented to the command, so the panel and its points live as long as
     // the create view that owns the command.
@@ -29,8 +28,11 @@ GcpCommand::GcpCommand(UiBase::CmdsViewController* owner)
     m_view = m_panel->getView();
     m_view->setAutoFillBackground(true);
 
+    // Two states, both running execute(); disabled until there are photos.
     UiBase::CommandState state;
     state.states = {UiBase::CommandState::State{}, UiBase::CommandState::State{}};
+    for (UiBase::CommandState::State& s : state.states)
+        s.enabled = false;
     setCommandState(state);
 }
 
@@ -49,7 +51,10 @@ GcpViewController* GcpCommand::gcpViewController() const
 
 void GcpCommand::onFilesChanged(const QStringList& files)
 {
-    setEnabled(!files.isEmpty());
+    UiBase::CommandState state = getCommandState();
+    for (UiBase::CommandState::State& s : state.states)
+        s.enabled = !files.isEmpty();
+    setCommandState(state);
 }
 
 bool GcpCommand::execute()

@@ -13,6 +13,20 @@ const double kFullFrameDiagonalMm = 43.2666; // 36 x 24 mm
 const double kDefaultFovDegrees = 84.0;
 const double kDefaultHeight = 120.0;
 const double kMargin = 1.25;
+const double kRectangleMargin = 1.10;
+
+// East and north offsets in metres from (lon1, lat1) to (lon2, lat2).
+void offsets(double lon1, double lat1, double lon2, double lat2, double* east, double* north)
+{
+    const double latMid = (lat1 + lat2) * 0.5 * kPi / 180.0;
+    double dLon = lon2 - lon1;
+    if (dLon > 180.0)
+        dLon -= 360.0;
+    else if (dLon < -180.0)
+        dLon += 360.0;
+    *east = dLon * 111320.0 * std::cos(latMid);
+    *north = (lat2 - lat1) * 110574.0;
+}
 } // namespace
 
 double heightAbovePoint(const PhotoGeo& photo, const GroundPoint& point)
@@ -41,28 +55,74 @@ double footprintHalfDiagonal(const PhotoGeo& photo, const GroundPoint& point)
 
 double groundDistance(double lon1, double lat1, double lon2, double lat2)
 {
-    const double latMid = (lat1 + lat2) * 0.5 * kPi / 180.0;
-    double dLon = lon2 - lon1;
-    if (dLon > 180.0)
-        dLon -= 360.0;
-    else if (dLon < -180.0)
-        dLon += 360.0;
-    const double dx = dLon * 111320.0 * std::cos(latMid);
-    const double dy = (lat2 - lat1) * 110574.0;
+    double dx = 0, dy = 0;
+    offsets(lon1, lat1, lon2, lat2, &dx, &dy);
     return std::sqrt(dx * dx + dy * dy);
+}
+
+QVector<double> photoHeadings(const QVector<PhotoGeo>& photos)
+{
+    QVector<double> headings(photos.size(), qQNaN());
+    auto bearing = [&](int a, int b) {
+        double east = 0, north = 0;
+        offsets(photos.at(a).longitude, photos.at(a).latitude, photos.at(b).longitude, photos.at(b).latitude, &east,
+                &north);
+        return std::hypot(east, north) < 0.5 ? qQNaN() : std::atan2(east, north) * 180.0 / kPi;
+    };
+    for (int i = 0; i < photos.size(); ++i) {
+        if (std::isfinite(photos.at(i).yawDegrees)) {
+            headings[i] = photos.at(i).yawDegrees;
+            continue;
+        }
+        if (!photos.at(i).hasGps)
+            continue;
+        // The nearer neighbour is on the same flight line (turns are longer).
+        const bool hasPrev = i > 0 && photos.at(i - 1).hasGps;
+        const bool hasNext = i + 1 < photos.size() && photos.at(i + 1).hasGps;
+        double prevDistance = hasPrev ? groundDistance(photos.at(i - 1).longitude, photos.at(i - 1).latitude,
+                                                       photos.at(i).longitude, photos.at(i).latitude)
+                                      : qInf();
+        double nextDistance = hasNext ? groundDistance(photos.at(i).longitude, photos.at(i).latitude,
+                                                       photos.at(i + 1).longitude, photos.at(i + 1).latitude)
+                                      : qInf();
+        if (hasPrev && prevDistance <= nextDistance)
+            headings[i] = bearing(i - 1, i);
+        else if (hasNext)
+            headings[i] = bearing(i, i + 1);
+    }
+    return headings;
 }
 
 QStringList photosNearPoint(const QVector<PhotoGeo>& photos, const GroundPoint& point)
 {
+    const QVector<double> headings = photoHeadings(photos);
     std::vector<std::pair<double, int>> passing;
     passing.reserve(size_t(photos.size()));
     for (int i = 0; i < photos.size(); ++i) {
         const PhotoGeo& photo = photos.at(i);
         if (!photo.hasGps)
             continue;
-        const double distance = groundDistance(point.longitude, point.latitude, photo.longitude, photo.latitude);
-        if (distance <= kMargin * footprintHalfDiagonal(photo, point))
-            passing.emplace_back(distance, i);
+        double east = 0, north = 0;
+        offsets(photo.longitude, photo.latitude, point.longitude, point.latitude, &east, &north);
+        const double distance = std::hypot(east, north);
+        const double halfDiagonal = footprintHalfDiagonal(photo, point);
+        if (distance > kMargin * halfDiagonal)
+            continue;
+        if (std::isfinite(headings.at(i))) {
+            const double aspect = photo.pixelSize.isEmpty() ? 1.5
+                                                            : double(std::max(photo.pixelSize.width(),
+                                                                              photo.pixelSize.height()))
+                                                                  / std::min(photo.pixelSize.width(),
+                                                                             photo.pixelSize.height());
+            const double halfAcross = halfDiagonal * aspect / std::sqrt(1.0 + aspect * aspect);
+            const double halfAlong = halfDiagonal / std::sqrt(1.0 + aspect * aspect);
+            const double h = headings.at(i) * kPi / 180.0;
+            const double along = east * std::sin(h) + north * std::cos(h);
+            const double across = east * std::cos(h) - north * std::sin(h);
+            if (std::abs(along) > kRectangleMargin * halfAlong || std::abs(across) > kRectangleMargin * halfAcross)
+                continue;
+        }
+        passing.emplace_back(distance, i);
     }
     std::stable_sort(passing.begin(), passing.end(),
                      [](const auto& a, const auto& b) { return a.first < b.first; });

@@ -43,8 +43,16 @@ double footprintHalfDiagonal(const PhotoGeo& photo, const GroundPoint& point);
 // few kilometres).
 double groundDistance(double lon1, double lat1, double lon2, double lat2);
 
-// The photos that can show the point: horizontal distance at most 1.25 x
-// half the footprint's diagonal; nearest first. Photos without GPS never pass.
+// Heading of each photo in degrees (0 = north, clockwise): its drone yaw,
+// else the direction of the flight track to its nearer neighbour in the
+// list (photos in capture order); NaN when neither is known.
+QVector<double> photoHeadings(const QVector<PhotoGeo>& photos);
+
+// The photos that can show the point, nearest first. A photo passes when
+// its horizontal distance to the point is at most 1.25 x half the nadir
+// footprint's diagonal; when its heading is known, the point must also lie
+// in the footprint rectangle grown by 10 % (the long side across the
+// track). Photos without GPS never pass. photos in capture order.
 QStringList photosNearPoint(const QVector<PhotoGeo>& photos, const GroundPoint& point);
 
 } // namespace AppGcp
