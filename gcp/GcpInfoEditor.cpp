@@ -77,6 +77,9 @@ GcpInfoEditor::GcpInfoEditor(QWidget* parent)
     m_statusInfo.insert(3, {error, Resource::String::GCP_INVALID_RANGE_ERROR_MSG});
     m_statusInfo.insert(4, {error, Resource::String::GCP_PIXEL_VALUE_ERROR_MSG});
     m_statusInfo.insert(2, {error, Resource::String::GCP_DUPLICATE_COORD_ERROR_MSG});
+    m_statusIcons[0] = QIcon(noError);
+    m_statusIcons[1] = QIcon(warning);
+    m_statusIcons[2] = QIcon(error);
 
     QTableWidget* table = ui->gcp_names_tableWidget;
     QHeaderView* header = table->horizontalHeader();
@@ -226,8 +229,9 @@ QString GcpInfoEditor::axisShortName(const QString& axisName)
 QString GcpInfoEditor::formatCoord(double value, bool geographic)
 {
     // Enough decimals for a millimetre, or for 1e-9 degree; no trailing zeros.
-    QString text = QLocale::system().toString(value, 'f', geographic ? 9 : 4);
-    const QString point = QLocale::system().decimalPoint();
+    static const QLocale locale = QLocale::system();
+    QString text = locale.toString(value, 'f', geographic ? 9 : 4);
+    const QString point = locale.decimalPoint();
     if (text.contains(point)) {
         while (text.endsWith(QLatin1Char('0')))
             text.chop(1);
@@ -326,10 +330,9 @@ bool GcpInfoEditor::isUniqueName(const QString& name, int exceptRow) const
     return true;
 }
 
-void GcpInfoEditor::fillRow(int row, const GcpInfo& gcp)
+void GcpInfoEditor::fillRow(int row, const GcpInfo& gcp, bool geographic)
 {
     QTableWidget* table = ui->gcp_names_tableWidget;
-    const bool geographic = Tarn::GIS::isPolarCS(m_coordSys.code);
     auto* name = new QTableWidgetItem(gcp.name);
     name->setData(Qt::UserRole, gcp.name);
     name->setBackground(gcpColor(gcp));
@@ -353,7 +356,7 @@ void GcpInfoEditor::appendRow(const GcpInfo& gcp)
     QTableWidget* table = ui->gcp_names_tableWidget;
     const int row = table->rowCount();
     table->insertRow(row);
-    fillRow(row, gcp);
+    fillRow(row, gcp, Tarn::GIS::isPolarCS(m_coordSys.code));
     connectItemChanged(true);
     mapPinChanged(gcp.name);
 }
@@ -363,14 +366,17 @@ void GcpInfoEditor::rebuildRows(const QStringList& order)
     connectItemChanged(false);
     QTableWidget* table = ui->gcp_names_tableWidget;
     const QSignalBlocker block(table);
+    const bool geographic = Tarn::GIS::isPolarCS(m_coordSys.code);
+    QStringList names;
+    for (const QString& name : order)
+        if (m_gcps.contains(name))
+            names << name;
+    table->setUpdatesEnabled(false);
     table->setRowCount(0);
-    for (const QString& name : order) {
-        if (!m_gcps.contains(name))
-            continue;
-        const int row = table->rowCount();
-        table->insertRow(row);
-        fillRow(row, m_gcps.value(name));
-    }
+    table->setRowCount(names.size());
+    for (int row = 0; row < names.size(); ++row)
+        fillRow(row, m_gcps.value(names.at(row)), geographic);
+    table->setUpdatesEnabled(true);
     connectItemChanged(true);
     const int row = rowOf(m_current);
     if (row >= 0)
@@ -463,12 +469,18 @@ void GcpInfoEditor::refreshStatusIcons()
             icon = 2;
         else if (codes.contains(6) || codes.contains(5) || codes.contains(1))
             icon = 1;
-        item->setIcon(QIcon(m_statusInfo.value(icon).first));
         QStringList lines;
         for (int code : kTooltipOrder)
             if (codes.contains(code))
                 lines << QString(kStatusBullet) + ' ' + m_statusInfo.value(code).second;
-        item->setToolTip(lines.isEmpty() ? m_statusInfo.value(0).second : lines.join('\n'));
+        const QString tooltip = lines.isEmpty() ? m_statusInfo.value(0).second : lines.join('\n');
+        // Rows whose status did not change are left alone: a large table
+        // repaints only what moved.
+        if (item->data(Qt::UserRole).toInt() == icon + 1 && item->toolTip() == tooltip)
+            continue;
+        item->setData(Qt::UserRole, icon + 1);
+        item->setIcon(m_statusIcons[icon]);
+        item->setToolTip(tooltip);
     }
     connectItemChanged(true);
 }

@@ -5,6 +5,7 @@
 #include <gcp/model/GcpInfo.h>
 
 #include <QCursor>
+#include <QIcon>
 #include <QHash>
 #include <QMap>
 #include <QPair>
@@ -125,7 +126,7 @@ private:
     void rebuildHeaders();
     void rebuildRows(const QStringList& order);
     void appendRow(const GcpInfo& gcp);
-    void fillRow(int row, const GcpInfo& gcp);
+    void fillRow(int row, const GcpInfo& gcp, bool geographic);
     int rowOf(const QString& name) const;
     QString nameOfRow(int row) const;
     QStringList tableNames() const;
@@ -150,6 +151,7 @@ private:
     QString m_current;
     QHash<QString, QSet<int>> m_status;
     QMap<int, QPair<QString, QString>> m_statusInfo;
+    QIcon m_statusIcons[3]; // valid, warning, error
     QString m_coordsTemplate;
     QCursor m_swapCursor;
     QCursor m_noSwapCursor;

@@ -60,6 +60,16 @@ QSize orientedSize(const QString& path, QString* error)
     return size;
 }
 
+// The smaller levels of a pyramid whose first level is set.
+void buildLevels(ImagePyramid* pyramid)
+{
+    while (std::max(pyramid->levels.last().width(), pyramid->levels.last().height()) > 2 * kSmallestLevelEdge) {
+        const QImage& last = pyramid->levels.last();
+        pyramid->levels << last.scaled(std::max(1, last.width() / 2), std::max(1, last.height() / 2),
+                                       Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    }
+}
+
 QSharedPointer<ImagePyramid> decodePyramid(const QString& path, QString* error)
 {
     QImageReader reader(path);
@@ -74,11 +84,6 @@ QSharedPointer<ImagePyramid> decodePyramid(const QString& path, QString* error)
                                                            : QImage::Format_RGB32);
     auto pyramid = QSharedPointer<ImagePyramid>::create();
     pyramid->levels << full;
-    while (std::max(pyramid->levels.last().width(), pyramid->levels.last().height()) > 2 * kSmallestLevelEdge) {
-        const QImage& last = pyramid->levels.last();
-        pyramid->levels << last.scaled(std::max(1, last.width() / 2), std::max(1, last.height() / 2),
-                                       Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
-    }
     return pyramid;
 }
 
@@ -104,6 +109,12 @@ ZoomableImgWidget::ZoomableImgWidget(QWidget* parent)
     setMouseTracking(true);
     setAttribute(Qt::WA_OpaquePaintEvent);
     setMinimumSize(120, 90);
+    m_settle.setSingleShot(true);
+    m_settle.setInterval(150);
+    connect(&m_settle, &QTimer::timeout, this, [this] {
+        m_interactive = false;
+        update();
+    });
 }
 
 ZoomableImgWidget::~ZoomableImgWidget() = default;
@@ -165,16 +176,32 @@ void ZoomableImgWidget::loadImage(const QString& path)
     KeelCore::dispatchAsync(KeelCore::QosUserInitiated, [self, path, generation, stamp] {
         QString why;
         QSharedPointer<ImagePyramid> pyramid = decodePyramid(path, &why);
-        KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, path, pyramid, why, generation, stamp] {
-            if (pyramid) {
-                QCache<QString, CacheEntry>& cache = fullImageCache();
-                cache.setMaxCost(costOf(cacheLimitBytes()));
-                cache.insert(path, new CacheEntry{pyramid, stamp.first, stamp.second}, costOf(pyramid->bytes()));
-            }
+        // The full photo goes on screen first; its smaller levels follow.
+        KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, pyramid, why, generation] {
             if (ZoomableImgWidget* w = self.lock())
                 w->setFull(pyramid, pyramid ? QString() : why, generation);
         });
+        if (!pyramid)
+            return;
+        auto levels = QSharedPointer<ImagePyramid>::create(*pyramid);
+        buildLevels(levels.data());
+        KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, path, levels, generation, stamp] {
+            QCache<QString, CacheEntry>& cache = fullImageCache();
+            cache.setMaxCost(costOf(cacheLimitBytes()));
+            cache.insert(path, new CacheEntry{levels, stamp.first, stamp.second}, costOf(levels->bytes()));
+            if (ZoomableImgWidget* w = self.lock())
+                w->setLevels(levels, generation);
+        });
     });
+    update();
+}
+
+void ZoomableImgWidget::setLevels(const QSharedPointer<ImagePyramid>& pyramid, int generation)
+{
+    if (generation != m_generation || !m_pyramid)
+        return;
+    m_pyramid = pyramid;
+    m_preview = QImage();
     update();
 }
 
@@ -202,7 +229,9 @@ void ZoomableImgWidget::setFull(const QSharedPointer<ImagePyramid>& pyramid, con
         return;
     }
     m_pyramid = pyramid;
-    m_preview = QImage();
+    // The preview stands in for the smaller levels until they are built.
+    if (pyramid->levels.size() > 1)
+        m_preview = QImage();
     const QSize size = pyramid->levels.first().size();
     if (size != m_imageSize) {
         m_imageSize = size;
@@ -273,6 +302,10 @@ bool ZoomableImgWidget::isMouseOnImage(const QPoint& widgetPoint) const
 
 void ZoomableImgWidget::applyView(double scale, const QPointF& offset)
 {
+    if (isVisible()) {
+        m_interactive = true;
+        m_settle.start();
+    }
     m_scale = scale;
     m_offset = offset;
     clampView();
@@ -455,7 +488,8 @@ void ZoomableImgWidget::paintImage(QPainter& painter, const QRect& exposed)
     // one pixel per screen pixel: panning a 40 MP photo never rescales it whole.
     const QImage* source = nullptr;
     double levelScale = 1.0; // level pixels per image pixel
-    if (m_pyramid) {
+    const bool previewEnough = !m_preview.isNull() && double(m_preview.width()) / m_imageSize.width() >= m_scale;
+    if (m_pyramid && (m_pyramid->levels.size() > 1 || !previewEnough)) {
         int level = 0;
         while (level + 1 < m_pyramid->levels.size() && m_scale <= 0.5 / (1 << level))
             ++level;
@@ -473,7 +507,7 @@ void ZoomableImgWidget::paintImage(QPainter& painter, const QRect& exposed)
     const QRectF imageRect((visible.topLeft() - m_offset) / m_scale, visible.size() / m_scale);
     const QRectF sourceRect(imageRect.topLeft() * levelScale, imageRect.size() * levelScale);
     // Close up the pixels stay sharp, so a target's centre can be hit exactly.
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, m_scale * levelScale < 2.0);
+    painter.setRenderHint(QPainter::SmoothPixmapTransform, !m_interactive && m_scale * levelScale < 2.0);
     painter.drawImage(visible, *source, sourceRect);
 }
 

@@ -6,6 +6,7 @@
 #include <QPointF>
 #include <QRectF>
 #include <QSharedPointer>
+#include <QTimer>
 #include <QVector>
 #include <QWidget>
 
@@ -94,6 +95,7 @@ private:
     void setFull(const QSharedPointer<ImagePyramid>& pyramid, const QString& error, int generation);
     void clampView();
     void applyView(double scale, const QPointF& offset);
+    void setLevels(const QSharedPointer<ImagePyramid>& pyramid, int generation);
 
     QString m_path;
     int m_generation = 0;
@@ -108,6 +110,10 @@ private:
     bool m_panned = false;
     QPoint m_pressPos;
     QPointF m_pressOffset;
+    // While the view moves, frames are drawn without smoothing; a last,
+    // smooth frame follows once it rests.
+    bool m_interactive = false;
+    QTimer m_settle;
 };
 
 } // namespace UiToolkit
