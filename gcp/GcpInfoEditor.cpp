@@ -104,6 +104,7 @@ GcpInfoEditor::GcpInfoEditor(QWidget* parent)
     ui->magnifyingGlass->setLock(true);
     ui->magnifyingGlass->setShowCustomText(true);
     ui->frame_mg->hide();
+    ui->verticalLayout_right->setStretch(1, 1);
     ui->save_button->setEnabled(false);
     ui->photoMapView->setCurrentIndex(0);
     ui->filter_swidget->setCurrentIndex(0);
@@ -120,6 +121,8 @@ GcpInfoEditor::GcpInfoEditor(QWidget* parent)
     MarkerEditor* markers = ui->marker_editor;
     markers->setCoordSys(m_coordSys);
     markers->setCoordsTemplate(m_coordsTemplate);
+    // The table has the filter box and Done; the marker editor's stay hidden.
+    markers->setEmbedded(true);
     markers->setMarkerMap(&m_markers);
     markers->setGcpMap(&m_gcps);
     connect(markers, &MarkerEditor::markerAdded, this, &GcpInfoEditor::onMarkerAdded);
@@ -229,7 +232,11 @@ QString GcpInfoEditor::axisShortName(const QString& axisName)
 QString GcpInfoEditor::formatCoord(double value, bool geographic)
 {
     // Enough decimals for a millimetre, or for 1e-9 degree; no trailing zeros.
-    static const QLocale locale = QLocale::system();
+    static const QLocale locale = [] {
+        QLocale l = QLocale::system();
+        l.setNumberOptions(QLocale::OmitGroupSeparator);
+        return l;
+    }();
     QString text = locale.toString(value, 'f', geographic ? 9 : 4);
     const QString point = locale.decimalPoint();
     if (text.contains(point)) {

@@ -268,11 +268,13 @@ void ImagePane::placeMagnifier()
     // Beside the marker, never over it, and inside the pane.
     const QPoint at = m_marker->Position();
     const QSize size = m_glass->size();
+    // To the right it also clears the marker's name.
+    const int right = m_marker->geometry().right() - at.x() + 8;
     const QList<QPoint> candidates = {
-        at + QPoint(kMagnifierGap, -kMagnifierGap - size.height()),
-        at + QPoint(-kMagnifierGap - size.width(), -kMagnifierGap - size.height()),
-        at + QPoint(kMagnifierGap, kMagnifierGap),
-        at + QPoint(-kMagnifierGap - size.width(), kMagnifierGap),
+        at + QPoint(right, -size.height() / 2),
+        at + QPoint(-kMagnifierGap - size.width(), -size.height() / 2),
+        at + QPoint(-size.width() / 2, kMagnifierGap),
+        at + QPoint(-size.width() / 2, -kMagnifierGap - size.height()),
     };
     QPoint chosen = candidates.first();
     for (const QPoint& c : candidates) {

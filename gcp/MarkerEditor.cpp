@@ -158,6 +158,13 @@ QStringList MarkerEditor::markedImages() const
     return images;
 }
 
+void MarkerEditor::setEmbedded(bool embedded)
+{
+    m_showFilterWithHint = !embedded;
+    ui->checkBox_filterByGps->setVisible(!embedded && m_noMarker);
+    ui->frame_done->setVisible(!embedded);
+}
+
 void MarkerEditor::setBrowseHint(const QString& hint, bool show, bool noMarker)
 {
     m_showHint = show;
@@ -285,11 +292,12 @@ void MarkerEditor::updateGcpLabels()
     if (m_gcps && m_gcps->contains(m_gcpName) && !m_coordsTemplate.isEmpty()) {
         const GcpInfo gcp = m_gcps->value(m_gcpName);
         coords = m_coordsTemplate;
-        coords = coords.arg(QLocale::system().toString(gcp.coord1, 'f', Tarn::GIS::isPolarCS(m_coordSys.code) ? 8 : 3),
-                            QLocale::system().toString(gcp.coord2, 'f', Tarn::GIS::isPolarCS(m_coordSys.code) ? 8 : 3),
-                            QLocale::system().toString(gcp.coord3, 'f', 3));
+        coords = coords.arg(QString::number(gcp.coord1, 'f', Tarn::GIS::isPolarCS(m_coordSys.code) ? 8 : 3),
+                            QString::number(gcp.coord2, 'f', Tarn::GIS::isPolarCS(m_coordSys.code) ? 8 : 3),
+                            QString::number(gcp.coord3, 'f', 3));
     }
     ui->label_gcp_coords->setText(coords);
+    ui->label_gcp_coords->setToolTip(coords);
     ui->label_gcp_info->show();
     ui->label_gcp_coords->show();
 }

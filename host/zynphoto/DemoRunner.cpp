@@ -1,5 +1,6 @@
 #include "DemoRunner.h"
 
+#include "GcpWalk.h"
 #include "MainWindow.h"
 
 #include <appcreate/CreateViewController.h>
@@ -50,10 +51,23 @@ void DemoRunner::start()
         finish(1, QStringLiteral("demo: cannot create the screenshot folder %1").arg(m_out.absolutePath()));
         return;
     }
+    // The walk's projects (and the survey it saves) stay beside its
+    // screenshots, never among the user's.
+    const QString projects = m_out.absoluteFilePath(QStringLiteral("projects"));
+    QDir(projects).removeRecursively();
+    qputenv("ZYN_PROJECTS_DIR", QFile::encodeName(projects));
     // Nothing in the walk may wait for a person at a file dialog.
     UiBase::FileDialog::setHandler([](const UiBase::FileDialog::Request&) { return QStringList(); });
     // A hard limit over everything, whatever a step does.
-    QTimer::singleShot(240000, this, [this] { finish(1, QStringLiteral("demo: gave up after 240 s")); });
+    QTimer::singleShot(240000, this, [this] {
+        // What was on screen when it stuck says why.
+        QList<QWidget*> windows;
+        for (QWidget* w : QApplication::topLevelWidgets())
+            if (w != m_window && w->isVisible())
+                windows << w;
+        save(grabWithWindows(windows), QStringLiteral("stuck.png"));
+        finish(1, QStringLiteral("demo: gave up after 240 s"));
+    });
     m_window->show();
     waitFor([this] { return m_window && m_window->isVisible(); }, 10000,
             QStringLiteral("the main window did not appear"), [this] {
@@ -151,6 +165,11 @@ void DemoRunner::openCreateView()
         return;
     }
 
+    QStringList photos;
+    for (const QString& name : QDir(m_photoDir).entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
+        photos << QDir(m_photoDir).filePath(name);
+    GcpWalk::prepare(photos);
+
     command->trigger();
     waitFor(
         [this, dashboard] {
@@ -211,9 +230,26 @@ void DemoRunner::shootFlyout()
                 return;
             }
             save(grabWithWindows({canvas->getFlyout()}), QStringLiteral("03-settings-flyout-utm-zone.png"));
-            finish(m_failures ? 1 : 0);
+            canvas->getFlyout()->reject();
+            walkSurveyPoints();
         });
     });
+}
+
+void DemoRunner::walkSurveyPoints()
+{
+    QStringList photos;
+    const QDir dir(m_photoDir);
+    for (const QString& name : dir.entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
+        photos << dir.filePath(name);
+    auto* walk = new GcpWalk(
+        m_create, m_window, photos,
+        [this](const GcpWalk::Condition& c, int ms, const QString& why, const GcpWalk::Step& next) {
+            waitFor(c, ms, why, next);
+        },
+        [this](const QPixmap& shot, const QString& name) { return save(shot, name); },
+        [this] { finish(m_failures ? 1 : 0); }, this);
+    walk->start();
 }
 
 QString DemoRunner::findPhotoTool() const
