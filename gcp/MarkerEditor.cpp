@@ -44,9 +44,12 @@ MarkerEditor::MarkerEditor(QWidget* parent)
     ui->button_browse->setStyleSheet(
         QStringLiteral("QPushButton { color: white; background-color: #5383B5; border: none; padding: 6px 18px; }"
                        "QPushButton:disabled { color: #D8E2EE; background-color: #98B2CE; }"));
-    for (QWidget* w : {static_cast<QWidget*>(ui->frame_filter), static_cast<QWidget*>(ui->frame_gcp),
-                       static_cast<QWidget*>(ui->frame_buttons), static_cast<QWidget*>(ui->frame_nav),
-                       static_cast<QWidget*>(ui->button_browse)})
+    // Shadows go on widgets with a background of their own; on bare frames
+    // they would blur the text and icons inside.
+    ui->frame_nav->setStyleSheet(QStringLiteral("QFrame#frame_nav { background: white; border-radius: 4px; }"));
+    for (QWidget* w : {static_cast<QWidget*>(ui->button_browse), static_cast<QWidget*>(ui->button_back),
+                       static_cast<QWidget*>(ui->button_delete_marker), static_cast<QWidget*>(ui->button_done),
+                       static_cast<QWidget*>(ui->frame_nav)})
         addShadow(w);
 
     ImagePane* pane = ui->pane_image;
