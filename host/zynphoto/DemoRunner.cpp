@@ -158,17 +158,16 @@ void DemoRunner::openCreateView()
                       QStringLiteral("--lat"), QStringLiteral("46.5480"), QStringLiteral("--lon"),
                       QStringLiteral("7.9820"), QStringLiteral("--alt"), QStringLiteral("120"),
                       QStringLiteral("--width"), QStringLiteral("1600"), QStringLiteral("--height"),
-                      QStringLiteral("1200"), QStringLiteral("--zero-gps"), QStringLiteral("2")});
+                      QStringLiteral("1200"), QStringLiteral("--zero-gps"), QStringLiteral("2"),
+                      QStringLiteral("--gcps"), QStringLiteral("3"), QStringLiteral("--target-size"),
+                      QStringLiteral("3")});
     if (!make.waitForFinished(120000) || make.exitStatus() != QProcess::NormalExit || make.exitCode() != 0) {
         make.kill();
         finish(1, QStringLiteral("demo: %1 failed: %2").arg(tool, make.errorString()));
         return;
     }
 
-    QStringList photos;
-    for (const QString& name : QDir(m_photoDir).entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
-        photos << QDir(m_photoDir).filePath(name);
-    GcpWalk::prepare(photos);
+    GcpWalk::prepare(m_photoDir);
 
     command->trigger();
     waitFor(
@@ -238,12 +237,8 @@ void DemoRunner::shootFlyout()
 
 void DemoRunner::walkSurveyPoints()
 {
-    QStringList photos;
-    const QDir dir(m_photoDir);
-    for (const QString& name : dir.entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
-        photos << dir.filePath(name);
     auto* walk = new GcpWalk(
-        m_create, m_window, photos,
+        m_create, m_window, m_photoDir,
         [this](const GcpWalk::Condition& c, int ms, const QString& why, const GcpWalk::Step& next) {
             waitFor(c, ms, why, next);
         },

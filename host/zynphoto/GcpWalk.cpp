@@ -1,9 +1,8 @@
 #include "GcpWalk.h"
 
 #include <appcreate/CreateViewController.h>
-#include <appcreate/PhotoGps.h>
-#include <gis/Gis.h>
 #include <uibase/CommandBase.h>
+#include <uitoolkit/ThumbnailListModel.h>
 #include <uitoolkit/ZoomableImgWidget.h>
 #include <utilities/Constants.h>
 #include <utilities/ResourceStrings.h>
@@ -12,6 +11,9 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QKeyEvent>
 #include <QClipboard>
 #include <QListView>
 #include <QMouseEvent>
@@ -19,6 +21,8 @@
 #include <QStackedWidget>
 #include <QTableWidget>
 #include <QTimer>
+
+#include <cmath>
 
 namespace Zyn {
 namespace Host {
@@ -46,43 +50,16 @@ void click(QWidget* w, const QPoint& at)
 }
 } // namespace
 
-GcpWalk::GcpWalk(AppCreate::CreateViewController* create, QWidget* window, const QStringList& photos, Wait wait,
+GcpWalk::GcpWalk(AppCreate::CreateViewController* create, QWidget* window, const QString& photoDir, Wait wait,
                  Save save, Step done, QObject* parent)
     : QObject(parent)
     , m_create(create)
     , m_window(window)
-    , m_photos(photos)
+    , m_photoDir(photoDir)
     , m_wait(std::move(wait))
     , m_save(std::move(save))
     , m_done(std::move(done))
 {
-}
-
-QString GcpWalk::pointsAtPhotos(const QStringList& photos, QString* zoneCode)
-{
-    QString zone;
-    QString text = QStringLiteral("Name\tEasting\tNorthing\tElevation\n");
-    int n = 0;
-    for (const QString& photo : photos) {
-        AppCreate::PhotoGpsPosition gps;
-        if (!AppCreate::readPhotoGpsPosition(photo, &gps) || (gps.latitude == 0.0 && gps.longitude == 0.0))
-            continue;
-        if (zone.isEmpty())
-            Tarn::GIS::getUTMZoneForGPSCoordinates(gps.longitude, gps.latitude, zone);
-        double x = gps.longitude, y = gps.latitude, z = 0.0;
-        if (zone.isEmpty() || !Tarn::GIS::transformCoordFromLL84(zone, x, y, z))
-            continue;
-        // The ground under the camera, flown about 120 m above it.
-        text += QStringLiteral("GCP-%1\t%2\t%3\t%4\n")
-                    .arg(QChar('A' + n))
-                    .arg(x, 0, 'f', 3)
-                    .arg(y, 0, 'f', 3)
-                    .arg(gps.altitude - 120.0, 0, 'f', 2);
-        ++n;
-    }
-    if (zoneCode)
-        *zoneCode = zone;
-    return n ? text : QString();
 }
 
 QWidget* GcpWalk::panel() const
@@ -90,12 +67,19 @@ QWidget* GcpWalk::panel() const
     return m_window;
 }
 
-void GcpWalk::prepare(const QStringList& photos)
+namespace {
+QString readText(const QString& path)
 {
-    QString code;
-    const QString points =
-        pointsAtPhotos({photos.value(2), photos.value(4), photos.value(8), photos.value(10)}, &code);
-    if (points.isEmpty())
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+} // namespace
+
+void GcpWalk::prepare(const QString& photoDir)
+{
+    const QString code = readText(QDir(photoDir).filePath(QStringLiteral("gcp_truth_crs.txt"))).trimmed();
+    const QString points = readText(QDir(photoDir).filePath(QStringLiteral("gcp_truth.txt")));
+    if (code.isEmpty() || points.isEmpty())
         return;
     QSettings settings;
     settings.beginGroup(QString::fromLatin1(Utilities::CFG_ELEM_GENERAL));
@@ -149,37 +133,72 @@ void GcpWalk::pastePoints()
            QStringLiteral("the pasted points or the photo filter did not arrive"), [this] {
                QTimer::singleShot(800, this, [this] {
                    m_save(m_window->grab(), QStringLiteral("04-survey-points-photos-near-point.png"));
-                   openPhoto();
+                   // Every photo in the browser again: photos without a GPS
+                   // position show targets too.
+                   if (auto* box = panel()->findChild<QCheckBox*>(QStringLiteral("cb_gps_filter")))
+                       box->setChecked(false);
+                   // Three photos per point, each at the target's true pixel.
+                   QMap<QString, int> perPoint;
+                   const QStringList rows = readText(QDir(m_photoDir).filePath(QStringLiteral("gcp_pixels.csv")))
+                                                .split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+                                                .mid(1);
+                   for (const QString& row : rows)
+                       if (perPoint[row.section(QLatin1Char(','), 1, 1)]++ < 3)
+                           m_toPlace << row;
+                   placeNext();
                });
            });
 }
 
-void GcpWalk::openPhoto()
+void GcpWalk::placeNext()
 {
-    auto* browser = visibleChild<QListView>(panel(), QStringLiteral("thumbnail_browser"));
-    if (!browser || !browser->model() || browser->model()->rowCount() == 0) {
-        m_done();
+    if (m_toPlace.isEmpty()) {
+        auto* table = visibleChild<QTableWidget>(panel(), QStringLiteral("gcp_names_tableWidget"));
+        if (table)
+            table->clearSelection();
+        QTimer::singleShot(800, this, [this] {
+            m_save(m_window->grab(), QStringLiteral("06-survey-points-all-valid.png"));
+            m_done();
+        });
         return;
     }
-    emit browser->activated(browser->model()->index(0, 0));
+    const QStringList f = m_toPlace.takeFirst().split(QLatin1Char(','));
+    const QString path = QDir(m_photoDir).filePath(f.value(0));
+    const QPoint pixel(int(std::floor(f.value(2).toDouble())), int(std::floor(f.value(3).toDouble())));
+    auto* table = visibleChild<QTableWidget>(panel(), QStringLiteral("gcp_names_tableWidget"));
+    for (int row = 0; table && row < table->rowCount(); ++row)
+        if (table->item(row, 0)->text() == f.value(1))
+            table->selectRow(row);
+    // The photo from the browser, as a double click opens it.
+    auto* browser = panel()->findChild<QListView*>(QStringLiteral("thumbnail_browser"));
+    QAbstractItemModel* model = browser ? browser->model() : nullptr;
+    for (int row = 0; model && row < model->rowCount(); ++row) {
+        const QModelIndex index = model->index(row, 0);
+        if (index.data(UiToolkit::ThumbnailListModel::PathRole).toString() == path)
+            emit browser->activated(index);
+    }
     m_wait(
-        [this] {
+        [this, path] {
             auto* pane = visibleChild<UiToolkit::ZoomableImgWidget>(panel(), QStringLiteral("pane_image"));
-            return pane && pane->isFullResolution();
+            return pane && pane->imagePath() == path && pane->isFullResolution();
         },
-        20000, QStringLiteral("the photo did not open"), [this] { placeMarker(); });
+        20000, QStringLiteral("the photo %1 did not open").arg(f.value(0)), [this, pixel] { placeMarker(pixel); });
 }
 
-void GcpWalk::placeMarker()
+void GcpWalk::placeMarker(const QPoint& pixel)
 {
     auto* pane = visibleChild<UiToolkit::ZoomableImgWidget>(panel(), QStringLiteral("pane_image"));
-    // The nearest photo was taken right above the point: it is at the centre.
-    const QPoint centre(pane->imageSize().width() / 2, pane->imageSize().height() / 2);
-    pane->centreOn(QPointF(centre) + QPointF(0.5, 0.5), pane->fitScale() * 3.0);
-    click(pane, pane->getLocalPoint(centre));
-    QTimer::singleShot(1200, this, [this] {
-        m_save(m_window->grab(), QStringLiteral("05-marker-placed-with-magnifier.png"));
-        m_done();
+    // Zoomed in on the target, as a surveyor would, then clicked at its centre.
+    pane->centreOn(QPointF(pixel) + QPointF(0.5, 0.5), pane->closeScale());
+    click(pane, pane->getLocalPoint(pixel));
+    ++m_placed;
+    QTimer::singleShot(m_placed == 1 ? 1200 : 300, this, [this, pane] {
+        if (m_placed == 1)
+            m_save(m_window->grab(), QStringLiteral("05-marker-placed-with-magnifier.png"));
+        // Escape returns to the photos, as the keyboard does.
+        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QApplication::sendEvent(pane, &escape);
+        placeNext();
     });
 }
 

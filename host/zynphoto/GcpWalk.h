@@ -16,8 +16,10 @@ class CreateViewController;
 namespace Host {
 
 // The survey-points part of the demo walk, driven through the widgets as a
-// user would: the "Survey Points" command, points pasted into the table, a
-// photo near a point opened and the point placed on it with the magnifier.
+// user would: the "Survey Points" command, the surveyed coordinates of the
+// flight's targets pasted into the table, the photos near a point, and each
+// target placed at its true pixel on the photos that show it, until every
+// point is valid.
 class GcpWalk : public QObject {
     Q_OBJECT
 public:
@@ -26,27 +28,27 @@ public:
     using Wait = std::function<void(const Condition&, int, const QString&, const Step&)>;
     using Save = std::function<bool(const QPixmap&, const QString&)>;
 
-    GcpWalk(AppCreate::CreateViewController* create, QWidget* window, const QStringList& photos, Wait wait, Save save,
+    GcpWalk(AppCreate::CreateViewController* create, QWidget* window, const QString& photoDir, Wait wait, Save save,
             Step done, QObject* parent = nullptr);
     void start();
 
-    // Before the create view opens: the survey's coordinate system (the UTM
-    // zone of the photos) as the user's last choice, and its points, at the
-    // ground under some of the photos, on the clipboard as a spreadsheet
-    // would put them.
-    static void prepare(const QStringList& photos);
+    // Before the create view opens: the survey's coordinate system (written
+    // by the photo generator beside the photos) as the user's last choice,
+    // and the surveyed points on the clipboard as a spreadsheet puts them.
+    static void prepare(const QString& photoDir);
 
 private:
     void openEditor();
     void pastePoints();
-    void openPhoto();
-    void placeMarker();
+    void placeNext();
+    void placeMarker(const QPoint& pixel);
     QWidget* panel() const;
-    static QString pointsAtPhotos(const QStringList& photos, QString* zoneCode);
 
     QPointer<AppCreate::CreateViewController> m_create;
     QPointer<QWidget> m_window;
-    QStringList m_photos;
+    QString m_photoDir;
+    QStringList m_toPlace; // "image,point,x,y" rows of the truth, still to place
+    int m_placed = 0;
     Wait m_wait;
     Save m_save;
     Step m_done;
