@@ -719,9 +719,15 @@ void GcpInfoEditor::on_load_button_clicked()
     }
     if (!result.ok())
         return;
-    MarkerMap markers = markersByName(result.gcps, result.markers);
+    GcpList gcps = result.gcps;
+    // Points sharing a name keep their own markers: the later ones are renamed.
+    const QStringList renamed = makeNamesUnique(gcps);
+    MarkerMap markers = markersByName(gcps, result.markers);
     const QStringList unmatched = attachMarkersToPhotos(markers, ui->marker_editor->thumbnails()->files());
-    setSurvey(result.gcps, markers, result.coordSys);
+    setSurvey(gcps, markers, result.coordSys);
+    if (!renamed.isEmpty())
+        UiBase::TaskDialog::showWarningMessage(
+            this, QString(Resource::String::GCP_DUPLICATE_NAMES_MSG_FORMAT).arg(renamed.join(QStringLiteral(", "))));
     if (!unmatched.isEmpty())
         UiBase::TaskDialog::showWarningMessage(
             this, tr("Some markers are on photos that are not in this project"),
