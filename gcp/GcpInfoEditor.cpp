@@ -4,6 +4,7 @@
 #include <coordsys/CoordSysDialog.h>
 #include <gcp/MarkerEditor.h>
 #include <gcp/model/GcpColor.h>
+#include <gcp/model/GcpListFile.h>
 #include <gcp/model/GcpPasteFlow.h>
 #include <gcp/model/SurveyAutosave.h>
 #include <gcp/model/SurveyFileFlow.h>
@@ -11,6 +12,7 @@
 #include <uibase/TaskDialog.h>
 #include <gis/Gis.h>
 #include <spatialreference/SpatialReference.h>
+#include <uibase/FileDialog.h>
 #include <uibase/QtUiToolkit.h>
 #include <uitoolkit/LxMagnifyingGlass.h>
 #include <utilities/ResourceStrings.h>
@@ -19,6 +21,10 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLocale>
@@ -706,13 +712,48 @@ void GcpInfoEditor::on_button_done_clicked()
 
 void GcpInfoEditor::on_save_button_clicked()
 {
-    const SurveyFileResult result = SurveyFileFlow::save(this, m_markers, m_gcps, m_coordSys);
-    SurveyFileFlow::reportSaveFailure(this, result);
+    const QString chosen = UiBase::FileDialog::getSaveFileName(this, tr("Save File As"), SurveyFileFlow::lastDirectory(),
+                                                               SurveyFileFlow::fileFilter() + QStringLiteral(";;*.txt"));
+    if (chosen.isEmpty())
+        return;
+    if (!chosen.endsWith(QLatin1String(".txt"), Qt::CaseInsensitive)) {
+        SurveyFileFlow::reportSaveFailure(
+            this, SurveyFileFlow::writeFile(normalizeSurveySavePath(chosen), m_markers, m_gcps, m_coordSys, false));
+        return;
+    }
+    // The engines' lists: control points in the chosen file, checkpoints
+    // beside it in checkpoint_list.txt.
+    const GcpListFiles lists = GcpListFile::format(gcpsInTableOrder(), m_markers, m_coordSys);
+    QString error = lists.error;
+    const QString checkpoints = QFileInfo(chosen).dir().filePath(QStringLiteral("checkpoint_list.txt"));
+    for (const auto& file : {qMakePair(chosen, lists.controlPoints), qMakePair(checkpoints, lists.checkpoints)}) {
+        if (!error.isEmpty() || (file.first == checkpoints && file.second.count('\n') <= 1))
+            continue;
+        QSaveFile out(file.first);
+        if (!out.open(QIODevice::WriteOnly) || out.write(file.second) != file.second.size() || !out.commit())
+            error = tr("could not write %1: %2").arg(QDir::toNativeSeparators(file.first), out.errorString());
+    }
+    if (!error.isEmpty())
+        UiBase::TaskDialog::showErrorMessage(this, tr("The survey file could not be saved."), error);
 }
 
 void GcpInfoEditor::on_load_button_clicked()
 {
     const SurveyLoadResult result = SurveyFileFlow::load(this);
+    if (result.ok() && result.path.endsWith(QLatin1String(".txt"), Qt::CaseInsensitive)) {
+        QFile file(result.path);
+        const GcpListParse list = file.open(QIODevice::ReadOnly) ? GcpListFile::parse(QString::fromUtf8(file.readAll()))
+                                                                 : GcpListParse();
+        if (!list.recognized) {
+            UiBase::TaskDialog::showErrorMessage(this, tr("The file is not a list of ground control points."),
+                                                 tr("Expected rows of \"x y z pixel_x pixel_y image_name point_name\" in %1.")
+                                                     .arg(QDir::toNativeSeparators(result.path)));
+            return;
+        }
+        setSurvey({}, {}, AppCreate::GcpCoordSysInfo());
+        importPoints(list.gcps, list.markersByName, list.systemCode, list.systemText);
+        return;
+    }
     if (result.status == SurveyFileResult::Failed) {
         SurveyFileFlow::reportLoadFailure(this, result);
         return;
@@ -803,7 +844,32 @@ void GcpInfoEditor::onContextMenuPasteTriggered()
     const PasteOutcome outcome = GcpPasteFlow::paste(text, {}, tableNames(), this);
     if (outcome.gcps.isEmpty())
         return;
-    addGcps(outcome.gcps);
+    importPoints(outcome.gcps, outcome.markersByName, outcome.systemCode, outcome.systemText);
+}
+
+void GcpInfoEditor::importPoints(const GcpList& gcps, MarkerMap markers, const QString& systemCode,
+                                 const QString& systemText)
+{
+    // A list that names its system brings the table to it when the table is empty.
+    if (!systemCode.isEmpty() && systemCode != m_coordSys.code) {
+        const AppCreate::GcpCoordSysInfo named = GcpListFile::coordSysOf(systemCode);
+        if (named.isValid() && m_gcps.isEmpty())
+            setCoordSys(named);
+        else if (named.isValid())
+            UiBase::TaskDialog::showWarningMessage(
+                this, tr("The points are in %1; the table is in %2.").arg(named.description, m_coordSys.description),
+                tr("Choose the coordinate system of the points above the table if they are not in the table's."));
+    } else if (systemCode.isEmpty() && !systemText.isEmpty()) {
+        UiBase::TaskDialog::showWarningMessage(
+            this, tr("The coordinate system \"%1\" of the points is not known.").arg(systemText),
+            tr("The points are read in the table's coordinate system, %1.").arg(m_coordSys.description));
+    }
+    const QStringList unmatched = attachMarkersToPhotos(markers, ui->marker_editor->thumbnails()->files());
+    addGcps(gcps, markers);
+    if (!unmatched.isEmpty())
+        UiBase::TaskDialog::showWarningMessage(
+            this, tr("Some markers are on photos that are not in this project"),
+            tr("They are kept and marked as errors until you place them again: %1").arg(unmatched.join(QStringLiteral(", "))));
 }
 
 void GcpInfoEditor::onCustomContextMenuRequested(const QPoint& pos)
