@@ -237,7 +237,7 @@ private slots:
         QCOMPARE(requests.size(), 1);
         QCOMPARE(requests[0].mode, FileDialog::OpenFile);
         QCOMPARE(requests[0].caption, QString(Zyn::Resource::String::OPEN_FILE_DIALOG_TITLE));
-        QCOMPARE(requests[0].filter, QStringLiteral("*.xml"));
+        QCOMPARE(requests[0].filter, QStringLiteral("*.xml;;*.txt"));
         QCOMPARE(requests[0].directory, dir.path());
         QVERIFY(result.ok());
         QCOMPARE(result.gcps.size(), 4);
