@@ -5,10 +5,15 @@
 
 #include <appcreate/MainState.h>
 #include <appcreate/PhotoPreview.h>
+#include <appcreate/PhotoSceneData.h>
+#include <gcp/GcpCommand.h>
+#include <gcp/GcpEditor.h>
+#include <gcp/GcpViewController.h>
 #include <gis/Gis.h>
 #include <keelcore/Dispatch.h>
 #include <uibase/TaskDialog.h>
 #include <uitoolkit/LocalImageFileItem.h>
+#include <utilities/ResourceStrings.h>
 
 #include <QWidget>
 
@@ -25,8 +30,11 @@ AerialCreateViewController::~AerialCreateViewController() = default;
 void AerialCreateViewController::viewDidLoad()
 {
     CreateViewController::viewDidLoad();
-    // The GCP command joins m_cmdGroup here once it exists; the group itself
-    // is already in the command manager (adding it again is refused).
+    auto* gcpCommand = qobject_cast<AppGcp::GcpCommand*>(m_cmdGroup->addCommand(new AppGcp::GcpCommand(this), 3));
+    m_gcpCommand = gcpCommand;
+    if (gcpCommand)
+        KeelCore::Broadcaster<CreateFilesProtocol>::addObserver(gcpCommand);
+    // The group is already in the command manager (adding it again is refused).
     getCmdMgr()->addCommand(m_cmdGroup);
 
     auto* state = qobject_cast<MainState*>(getState());
@@ -37,6 +45,9 @@ void AerialCreateViewController::viewDidLoad()
     // the previous session's, and the user opens the browser when ready.
     state->SetStopReloadingPhotos(true);
     state->SetAutoBrowseForPhotos(false);
+    if (gcpCommand && state->getPhotoSceneData())
+        gcpCommand->setSupportFilePath(
+            state->getPhotoSceneData()->getSupportFilePath(Resource::String::SUPPORT_FILENAME_GCP));
 
     PhotoPreview* canvas = state->getPhotoCanvas();
     if (!canvas)
@@ -45,6 +56,14 @@ void AerialCreateViewController::viewDidLoad()
     canvas->SetFlyout(flyout);
     canvas->SetCanDragNDropWidgetBeVisible(true);
     setCentralWidget(CentralCanvas, canvas);
+}
+
+bool AerialCreateViewController::prepareProjectRequest(ProjectRequest& request, QString* error)
+{
+    if (!m_gcpCommand || !m_gcpCommand->gcpViewController())
+        return true;
+    const QPointer<AppGcp::GcpEditor> editor = m_gcpCommand->gcpViewController()->getGcpEditor();
+    return !editor || editor->prepareHandOff(request, error);
 }
 
 void AerialCreateViewController::viewWillDisappear()

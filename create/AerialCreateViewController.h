@@ -2,9 +2,13 @@
 
 #include <appcreate/CreateViewController.h>
 
+#include <QPointer>
 #include <QStringList>
 
 namespace Zyn {
+namespace AppGcp {
+class GcpCommand;
+}
 namespace AppCreate {
 
 // The create view of aerial projects: local photos only, a GPS check of
@@ -24,6 +28,8 @@ public:
 
     void onCreateButtonClicked() override;
     void getCoordSysFromLastImage() override;
+    // Adds the survey points (when there are any) to the project.
+    bool prepareProjectRequest(ProjectRequest& request, QString* error) override;
 
     // Whether a photo without GPS is still worth a warning.
     bool isGpsWarningEnabled() const { return m_showGpsWarning; }
@@ -35,6 +41,7 @@ private:
     void showMissingGpsWarning();
 
     bool m_showGpsWarning = true;
+    QPointer<AppGcp::GcpCommand> m_gcpCommand;
 };
 
 } // namespace AppCreate

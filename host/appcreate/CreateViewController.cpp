@@ -280,7 +280,7 @@ void CreateViewController::onFlyoutAccepted()
 
     QString folder;
     QString error;
-    if (!ProcessingService::instance()->submitProject(request, &folder, &error)) {
+    if (!prepareProjectRequest(request, &error) || !ProcessingService::instance()->submitProject(request, &folder, &error)) {
         UiBase::TaskDialog::showErrorMessage(getQtWidget(), tr("The project could not be created."), error,
                                              UiBase::TaskDialog::OkButton);
         return;
@@ -299,6 +299,13 @@ void CreateViewController::onFlyoutAccepted()
             break;
         }
     }
+}
+
+bool CreateViewController::prepareProjectRequest(ProjectRequest& request, QString* error)
+{
+    Q_UNUSED(request)
+    Q_UNUSED(error)
+    return true;
 }
 
 void CreateViewController::onCanvasFilesChanged()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <appcreate/CreateFilesProtocol.h>
+#include <appcreate/ProcessingService.h>
 #include <appcreate/SCloudFile.h>
 #include <keelcore/Broadcaster.h>
 #include <services/ShutdownProtocol.h>
@@ -84,6 +85,9 @@ public:
     // Decoded thumbnails by photo path (only those ready).
     QHash<QString, QImage> getThumbnailData() const;
 
+    // Lets the application add its files and details to a project about to
+    // be submitted. Answers false, with a user-readable error, to stop it.
+    virtual bool prepareProjectRequest(ProjectRequest& request, QString* error);
     // Shows the flyout beside the canvas (what the Create button does after
     // onCreateButtonClicked and getCoordSysFromLastImage).
     void showFlyout();

@@ -7,6 +7,7 @@
 #include <libexif/exif-data.h>
 #include <libexif/exif-utils.h>
 
+#include <cctype>
 #include <cmath>
 #include <memory>
 
@@ -62,7 +63,99 @@ char refOf(ExifEntry* e)
     return char(e->data[0]);
 }
 
+// A number attribute of the XMP packet, in either of its two spellings
+// (attribute="1.5" or <ns:Name>1.5</ns:Name>).
+double xmpNumber(const QByteArray& xmp, const QByteArray& name)
+{
+    int at = xmp.indexOf(':' + name);
+    while (at >= 0) {
+        int i = at + 1 + name.size();
+        if (i < xmp.size() && (xmp.at(i) == '=' || xmp.at(i) == '>')) {
+            ++i;
+            if (i < xmp.size() && (xmp.at(i) == '"' || xmp.at(i) == '\''))
+                ++i;
+            int end = i;
+            while (end < xmp.size() && (std::isdigit(uchar(xmp.at(end))) || xmp.at(end) == '.' || xmp.at(end) == '-'
+                                        || xmp.at(end) == '+'))
+                ++end;
+            bool ok = false;
+            const double value = xmp.mid(i, end - i).toDouble(&ok);
+            if (ok)
+                return value;
+        }
+        at = xmp.indexOf(':' + name, at + 1);
+    }
+    return qQNaN();
+}
+
+ExifEntry* anyEntry(ExifData* data, ExifTag tag)
+{
+    for (int ifd : {EXIF_IFD_EXIF, EXIF_IFD_0}) {
+        if (ExifContent* c = data->ifd[ifd])
+            if (ExifEntry* e = exif_content_get_entry(c, tag))
+                return e;
+    }
+    return nullptr;
+}
+
+qint64 integerOf(ExifData* data, ExifEntry* e)
+{
+    if (!e || !e->data)
+        return 0;
+    const ExifByteOrder order = exif_data_get_byte_order(data);
+    switch (e->format) {
+    case EXIF_FORMAT_SHORT:
+        return e->size >= 2 ? exif_get_short(e->data, order) : 0;
+    case EXIF_FORMAT_LONG:
+        return e->size >= 4 ? exif_get_long(e->data, order) : 0;
+    default:
+        return 0;
+    }
+}
+
 } // namespace
+
+bool readPhotoCameraInfo(const QString& path, PhotoCameraInfo* info, QString* error)
+{
+    PhotoCameraInfo result;
+    QString why;
+    result.hasPosition = readPhotoGpsPosition(path, &result.position, &why);
+    QFile file(path);
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
+        if (error)
+            *error = why.isEmpty() ? tr("The photo cannot be read.") : why;
+        return false;
+    }
+    // The metadata sits at the start; 256 KiB holds EXIF and XMP of drone photos.
+    const QByteArray head = file.read(256 * 1024);
+    std::unique_ptr<ExifData, ExifDataDeleter> data(
+        exif_data_new_from_data(reinterpret_cast<const unsigned char*>(head.constData()), unsigned(head.size())));
+    if (data) {
+        ExifData* d = data.get();
+        double focal = 0;
+        if (rationalAt(d, anyEntry(d, EXIF_TAG_FOCAL_LENGTH), 0, &focal))
+            result.focalLengthMm = focal;
+        result.focalLength35mm = double(integerOf(d, anyEntry(d, EXIF_TAG_FOCAL_LENGTH_IN_35MM_FILM)));
+        const qint64 w = integerOf(d, anyEntry(d, EXIF_TAG_PIXEL_X_DIMENSION));
+        const qint64 h = integerOf(d, anyEntry(d, EXIF_TAG_PIXEL_Y_DIMENSION));
+        if (w > 0 && h > 0)
+            result.pixelSize = QSize(int(w), int(h));
+    }
+    const int xmpAt = head.indexOf("<x:xmpmeta");
+    if (xmpAt >= 0) {
+        const QByteArray xmp = head.mid(xmpAt, head.indexOf("</x:xmpmeta>", xmpAt) - xmpAt);
+        result.relativeAltitude = xmpNumber(xmp, "RelativeAltitude");
+        result.yawDegrees = xmpNumber(xmp, "GimbalYawDegree");
+        if (std::isnan(result.yawDegrees))
+            result.yawDegrees = xmpNumber(xmp, "FlightYawDegree");
+        result.pitchDegrees = xmpNumber(xmp, "GimbalPitchDegree");
+    }
+    if (info)
+        *info = result;
+    if (error)
+        *error = why;
+    return true;
+}
 
 bool readPhotoGpsPosition(const QString& path, PhotoGpsPosition* position, QString* error)
 {

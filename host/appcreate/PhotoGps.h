@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QSize>
 #include <QString>
+#include <QtNumeric>
 
 namespace Zyn {
 namespace AppCreate {
@@ -13,6 +15,22 @@ struct PhotoGpsPosition {
     double altitude = 0.0;
     bool hasAltitude = false;
 };
+
+// What a photo says of the camera that took it; NaN or 0 where unknown.
+struct PhotoCameraInfo {
+    PhotoGpsPosition position;
+    bool hasPosition = false;
+    double focalLengthMm = 0.0;
+    double focalLength35mm = 0.0;
+    QSize pixelSize;                // as stored in EXIF (orientation not applied)
+    double relativeAltitude = qQNaN(); // drone XMP: height above take-off
+    double yawDegrees = qQNaN();       // drone XMP: gimbal, else flight yaw
+    double pitchDegrees = qQNaN();     // drone XMP: gimbal pitch (-90 = nadir)
+};
+
+// Reads the position, focal lengths and drone XMP fields of a photo. Reads
+// only the metadata at the start of the file.
+bool readPhotoCameraInfo(const QString& path, PhotoCameraInfo* info, QString* error = nullptr);
 
 // Reads the GPS position of a photo with libexif. Answers false (and,
 // when error is given, why) for a missing or unreadable file, a file

@@ -24,9 +24,8 @@ QString PhotoSceneData::getSupportDirectory() const
 
 QString PhotoSceneData::getSupportFilePath(const QString& fileName) const
 {
-    const QString dir = getSupportDirectory();
-    QDir().mkpath(dir);
-    return QDir(dir).filePath(fileName);
+    // The folder is made by whoever first writes there.
+    return QDir(getSupportDirectory()).filePath(fileName);
 }
 
 } // namespace AppCreate

@@ -14,7 +14,7 @@ public:
 
     QString getSceneId() const;
     QString getSupportDirectory() const;
-    // Path of a support file of this scene; the folder is created on demand.
+    // Path of a support file of this scene; the folder is not created here.
     QString getSupportFilePath(const QString& fileName) const;
 
 private:

@@ -176,6 +176,23 @@ bool ProcessingService::submitProject(const ProjectRequest& request, QString* pr
         else
             gcp.insert(QStringLiteral("file"), QJsonValue());
     }
+    if (!request.controlPoints.isEmpty() || !request.checkpoints.isEmpty()) {
+        gcp.insert(QStringLiteral("controlPoints"), QJsonArray::fromStringList(request.controlPoints));
+        gcp.insert(QStringLiteral("checkpoints"), QJsonArray::fromStringList(request.checkpoints));
+    }
+    QJsonArray gcpFiles;
+    for (auto it = request.files.cbegin(); it != request.files.cend(); ++it) {
+        const QString name = QFileInfo(it.key()).fileName();
+        QSaveFile file(QDir(folder).filePath(name));
+        if (name.isEmpty() || name == manifestFileName() || !file.open(QIODevice::WriteOnly)
+            || file.write(it.value()) != it.value().size() || !file.commit()) {
+            QDir(folder).removeRecursively();
+            return fail(tr("The file \"%1\" cannot be written into the project folder.").arg(name));
+        }
+        gcpFiles.append(name);
+    }
+    if (!gcpFiles.isEmpty())
+        gcp.insert(QStringLiteral("files"), gcpFiles);
 
     QJsonArray photos;
     for (const QString& path : request.photos) {
@@ -200,7 +217,7 @@ bool ProcessingService::submitProject(const ProjectRequest& request, QString* pr
     manifest.insert(QStringLiteral("outputs"), outputs);
     manifest.insert(QStringLiteral("pixelSizeMeters"), cleanPixelSize(request.pixelSizeMeters));
     manifest.insert(QStringLiteral("coordinateSystem"), coordSys);
-    manifest.insert(QStringLiteral("gcp"), request.gcpSupportFile.isEmpty() ? QJsonValue() : QJsonValue(gcp));
+    manifest.insert(QStringLiteral("gcp"), gcp.isEmpty() ? QJsonValue() : QJsonValue(gcp));
     manifest.insert(QStringLiteral("photos"), photos);
 
     if (!writeManifest(folder, manifest, &why)) {

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QDateTime>
+#include <QByteArray>
 #include <QList>
+#include <QMap>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -19,6 +21,12 @@ struct ProjectRequest {
     float pixelSizeMeters = 0.01f;
     QString coordSysId;     // catalogue code, e.g. "EPSG:32633" or "LL84"
     QString gcpSupportFile; // may be empty or name a file that does not exist
+    // Files the application adds to the project folder (name -> content),
+    // e.g. the control points in the formats processing engines read.
+    QMap<QString, QByteArray> files;
+    // Names of the control points and the checkpoints, for the manifest.
+    QStringList controlPoints;
+    QStringList checkpoints;
 };
 
 // A project as listed on the dashboard.

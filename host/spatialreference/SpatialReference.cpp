@@ -322,7 +322,7 @@ int CoordinateReferenceSystemDefinition::type() const
     return m_type;
 }
 
-QString CoordinateReferenceSystemDefinition::wkt() const
+QString CoordinateReferenceSystemDefinition::projText(bool wktForm) const
 {
     std::string authName, authCode;
     if (!projCodeOf(m_code, m_authName, m_authCode, authName, authCode))
@@ -333,10 +333,21 @@ QString CoordinateReferenceSystemDefinition::wkt() const
     PJ* crs = proj_create_from_database(ctx, authName.c_str(), authCode.c_str(), PJ_CATEGORY_CRS, false, nullptr);
     if (!crs)
         return QString();
-    const char* wkt = proj_as_wkt(ctx, crs, PJ_WKT2_2019, nullptr);
-    const QString result = wkt ? QString::fromUtf8(wkt) : QString();
+    const char* text = wktForm ? proj_as_wkt(ctx, crs, PJ_WKT2_2019, nullptr)
+                               : proj_as_proj_string(ctx, crs, PJ_PROJ_5, nullptr);
+    const QString result = text ? QString::fromUtf8(text) : QString();
     proj_destroy(crs);
     return result;
+}
+
+QString CoordinateReferenceSystemDefinition::wkt() const
+{
+    return projText(true);
+}
+
+QString CoordinateReferenceSystemDefinition::projString() const
+{
+    return projText(false);
 }
 
 // ---------------------------------------------------------------- Units

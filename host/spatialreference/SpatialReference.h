@@ -139,12 +139,15 @@ public:
 
     // PROJ's WKT2 (2019) text of the system; empty when PROJ cannot build it.
     QString wkt() const;
+    // The system as a PROJ string (+proj=...); empty when it has none.
+    QString projString() const;
 
 private:
     friend class DefinitionArray;
     friend struct DefinitionFactory;
     CoordinateReferenceSystemDefinition() = default;
     ~CoordinateReferenceSystemDefinition() override = default;
+    QString projText(bool wktForm) const;
 
     std::wstring m_code;
     std::wstring m_description;

@@ -87,5 +87,14 @@ QIcon QtUiToolkit::fallbackIcon()
     return QIcon(pixmap);
 }
 
+QString QtUiToolkit::mainMenuStyleSheet()
+{
+    return QStringLiteral("QMenu { background: white; border: 1px solid #C8CED6; padding: 4px 0px; }"
+                          "QMenu::item { padding: 6px 28px 6px 20px; color: #2F2F2F; }"
+                          "QMenu::item:selected { background: #E1E7EE; }"
+                          "QMenu::item:disabled { color: #A0A0A0; }"
+                          "QMenu::separator { height: 1px; background: #E0E0E0; margin: 4px 8px; }");
+}
+
 } // namespace UiBase
 } // namespace Zyn

@@ -20,6 +20,8 @@ public:
     QPixmap getPixmap(const QString& name, const QSize& size = QSize(48, 48)) const;
     // Resource path the name resolves to; empty when it is unknown.
     QString resolveIconPath(const QString& name) const;
+    // Style of the host's menus (context menus included).
+    static QString mainMenuStyleSheet();
 
 private:
     QtUiToolkit() = default;

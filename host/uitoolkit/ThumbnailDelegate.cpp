@@ -69,18 +69,22 @@ void ThumbnailDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
         painter->drawPixmap(target, pixmap);
     }
 
+    paintDecoration(painter, area, index);
+
     // The check box sits on a light backing so it stays readable on any photo.
     const QRect box = checkBoxRect(tile);
     painter->setRenderHint(QPainter::Antialiasing);
-    painter->setPen(QPen(QColor(70, 70, 70), 1.2));
-    const bool checked = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
-    painter->setBrush(checked ? palette.color(QPalette::Highlight) : QColor(255, 255, 255, 220));
-    painter->drawRoundedRect(QRectF(box).adjusted(0.5, 0.5, -0.5, -0.5), 3, 3);
-    if (checked) {
-        painter->setPen(QPen(Qt::white, 2.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
-        const QPolygonF tick({QPointF(box.left() + 4, box.top() + 9.5), QPointF(box.left() + 7.5, box.top() + 13),
-                              QPointF(box.left() + 14, box.top() + 5)});
-        painter->drawPolyline(tick);
+    if (m_showCheckBox) {
+        painter->setPen(QPen(QColor(70, 70, 70), 1.2));
+        const bool checked = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
+        painter->setBrush(checked ? palette.color(QPalette::Highlight) : QColor(255, 255, 255, 220));
+        painter->drawRoundedRect(QRectF(box).adjusted(0.5, 0.5, -0.5, -0.5), 3, 3);
+        if (checked) {
+            painter->setPen(QPen(Qt::white, 2.2, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+            const QPolygonF tick({QPointF(box.left() + 4, box.top() + 9.5), QPointF(box.left() + 7.5, box.top() + 13),
+                                  QPointF(box.left() + 14, box.top() + 5)});
+            painter->drawPolyline(tick);
+        }
     }
     painter->setRenderHint(QPainter::Antialiasing, false);
 
@@ -99,9 +103,13 @@ void ThumbnailDelegate::paint(QPainter* painter, const QStyleOptionViewItem& opt
     painter->restore();
 }
 
+void ThumbnailDelegate::paintDecoration(QPainter*, const QRect&, const QModelIndex&) const {}
+
 bool ThumbnailDelegate::editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
                                     const QModelIndex& index)
 {
+    if (!m_showCheckBox)
+        return false;
     if (!(index.flags() & Qt::ItemIsUserCheckable) || !(index.flags() & Qt::ItemIsEnabled))
         return false;
     const auto toggle = [&] {

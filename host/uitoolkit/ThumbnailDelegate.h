@@ -22,10 +22,18 @@ public:
     static QRect checkBoxRect(const QRect& tileRect);
     // Where the thumbnail of a tile at tileRect is drawn.
     static QRect imageRect(const QRect& tileRect);
+    // Browsers that only show photos hide the include/exclude box.
+    void setShowCheckBox(bool show) { m_showCheckBox = show; }
+    bool showsCheckBox() const { return m_showCheckBox; }
 
 protected:
+    // Drawn over the thumbnail (badges of subclasses); nothing by default.
+    virtual void paintDecoration(QPainter* painter, const QRect& imageArea, const QModelIndex& index) const;
     bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
                      const QModelIndex& index) override;
+
+private:
+    bool m_showCheckBox = true;
 };
 
 } // namespace UiToolkit

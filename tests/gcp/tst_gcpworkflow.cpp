@@ -1,0 +1,194 @@
+// The GCP editor as a surveyor meets it: opened from the create view,
+// points kept between visits and across sessions, a damaged save kept
+// aside, and the points carried into the project at Start.
+
+#include <create/AerialCreateViewController.h>
+
+#include <appcreate/MainState.h>
+#include <appcreate/PhotoPreview.h>
+#include <appcreate/ProcessingService.h>
+#include <gcp/GcpCommand.h>
+#include <gcp/GcpEditor.h>
+#include <gcp/GcpInfoEditor.h>
+#include <gcp/GcpViewController.h>
+#include <gcp/model/SurveyAutosave.h>
+#include <keelcore/Dispatch.h>
+#include <uibase/BaseView.h>
+#include <uibase/TaskDialog.h>
+
+#include <TestPhotos.h>
+
+#include <QDir>
+#include <QSettings>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace Zyn::AppGcp;
+using Zyn::AppCreate::AerialCreateViewController;
+using Zyn::AppCreate::GcpCoordSysInfo;
+using Zyn::UiBase::TaskDialog;
+
+namespace {
+GcpCoordSysInfo utm33()
+{
+    return GcpCoordSysInfo(QStringLiteral("EPSG:32633"), QStringLiteral("WGS 84 / UTM zone 33N"),
+                           QStringLiteral("32633"), 1, QStringLiteral("WGS 84"), 0);
+}
+
+GcpInfo point(const QString& name, double x, double y, bool checkpoint = false)
+{
+    GcpInfo gcp;
+    gcp.name = name;
+    gcp.coord1 = x;
+    gcp.coord2 = y;
+    gcp.coord3 = 350.25;
+    gcp.checkpoint = checkpoint;
+    return gcp;
+}
+} // namespace
+
+class GcpWorkflowTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_dir.isValid());
+        qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
+        for (int i = 0; i < 3; ++i) {
+            m_photos << m_dir.filePath(QStringLiteral("DJI_%1.JPG").arg(i));
+            QVERIFY(TestPhotos::writePhoto(m_photos.last(), QSize(400, 300), i, false));
+        }
+    }
+    void init()
+    {
+        QSettings().clear();
+        m_dialogs.clear();
+        TaskDialog::setHandler([this](const TaskDialog::Request& r) {
+            m_dialogs << r.mainText + QLatin1Char('\n') + r.secondaryText;
+            return int(TaskDialog::Ok);
+        });
+    }
+    void cleanup()
+    {
+        QVERIFY(KeelCore::waitForIdle());
+        TaskDialog::clearHandler();
+    }
+
+    void commandFollowsPhotosAndPanelKeepsPoints()
+    {
+        AerialCreateViewController create;
+        create.Initialize();
+        create.getView()->resize(1200, 800);
+        create.getView()->show();
+        GcpCommand* command = create.findChild<GcpCommand*>();
+        QVERIFY(command);
+        QVERIFY(!command->isEnabled());
+        auto* state = qobject_cast<Zyn::AppCreate::MainState*>(create.getState());
+        state->getPhotoCanvas()->addFiles(m_photos);
+        QTRY_VERIFY(command->isEnabled());
+
+        QVERIFY(command->execute());
+        QPointer<GcpEditor> editor = command->gcpViewController()->getGcpEditor();
+        QVERIFY(editor);
+        QCOMPARE(editor->files().size(), 3);
+        editor->gcpInfoEditor()->addGcps({point(QStringLiteral("T1"), 500000, 5200000)});
+        command->panel()->close();
+        QVERIFY(command->execute());
+        QCOMPARE(command->gcpViewController()->getGcpEditor().data(), editor.data());
+        QVERIFY(editor->gcpInfoEditor()->gcps().contains(QStringLiteral("T1")));
+
+        // Start carries the points into the project, checkpoints kept apart.
+        editor->gcpInfoEditor()->addGcps({point(QStringLiteral("T2"), 500100, 5200000),
+                                          point(QStringLiteral("CP 1"), 500050, 5200050, true)});
+        editor->gcpInfoEditor()->setCoordSys(utm33());
+        MarkerMap& markers = editor->gcpInfoEditor()->markers();
+        markers[QStringLiteral("T1")] << GcpMarker{QString(), m_photos.at(0), QPoint(120, 80), 1}
+                                      << GcpMarker{QString(), m_photos.at(1), QPoint(121, 181), 1};
+        markers[QStringLiteral("CP 1")] << GcpMarker{QString(), m_photos.at(2), QPoint(7, 9), 1};
+        Zyn::AppCreate::ProjectRequest request;
+        request.name = QStringLiteral("Quarry");
+        request.photos = m_photos;
+        request.coordSysId = QStringLiteral("EPSG:32633");
+        QString error;
+        QVERIFY2(create.prepareProjectRequest(request, &error), qPrintable(error));
+        QString folder;
+        QVERIFY2(Zyn::AppCreate::ProcessingService::instance()->submitProject(request, &folder, &error),
+                 qPrintable(error));
+        QFile list(QDir(folder).filePath(QStringLiteral("gcp_list.txt")));
+        QVERIFY(list.open(QIODevice::ReadOnly));
+        QCOMPARE(QString::fromUtf8(list.readAll()),
+                 QStringLiteral("EPSG:32633\n"
+                                "500000.000000000 5200000.000000000 350.2500 120 80 DJI_0.JPG T1\n"
+                                "500000.000000000 5200000.000000000 350.2500 121 181 DJI_1.JPG T1\n"));
+        QFile checks(QDir(folder).filePath(QStringLiteral("checkpoint_list.txt")));
+        QVERIFY(checks.open(QIODevice::ReadOnly));
+        QVERIFY(checks.readAll().endsWith("500050.000000000 5200050.000000000 350.2500 7 9 DJI_2.JPG CP_1\n"));
+        QVERIFY(QFileInfo::exists(QDir(folder).filePath(QStringLiteral("gcp_survey_ll84.xml"))));
+        QFile manifest(QDir(folder).filePath(QStringLiteral("project.json")));
+        QVERIFY(manifest.open(QIODevice::ReadOnly));
+        const QByteArray json = manifest.readAll();
+        QVERIFY(json.contains("\"checkpoints\": [\n            \"CP 1\""));
+    }
+
+    void surveyResumesForTheSamePhotos()
+    {
+        const QString scenes = m_dir.filePath(QStringLiteral("projects/.support"));
+        {
+            GcpEditor editor;
+            editor.setFiles(m_photos);
+            editor.setSupportFilePath(scenes + QStringLiteral("/first/gcp_survey.xml"));
+            editor.gcpInfoEditor()->setSurvey({point(QStringLiteral("A"), 500000, 5200000)}, {}, utm33());
+            editor.gcpInfoEditor()->markers()[QStringLiteral("A")]
+                << GcpMarker{QString(), m_photos.at(1), QPoint(33, 44), 1};
+            editor.gcpInfoEditor()->addGcps({point(QStringLiteral("B"), 500010, 5200000)});
+        } // closing the editor writes what is pending
+        GcpEditor again;
+        again.setFiles(m_photos);
+        again.setSupportFilePath(scenes + QStringLiteral("/second/gcp_survey.xml"));
+        QCOMPARE(again.gcpInfoEditor()->gcps().keys(), (QStringList{QStringLiteral("A"), QStringLiteral("B")}));
+        QCOMPARE(again.gcpInfoEditor()->markers().value(QStringLiteral("A")).first().image, m_photos.at(1));
+        QCOMPARE(again.gcpInfoEditor()->coordSys().code, QStringLiteral("EPSG:32633"));
+
+        // Other photos: nothing to resume.
+        GcpEditor other;
+        other.setFiles(m_photos.mid(0, 2));
+        other.setSupportFilePath(scenes + QStringLiteral("/third/gcp_survey.xml"));
+        QVERIFY(other.gcpInfoEditor()->gcps().isEmpty());
+    }
+
+    void damagedSaveIsKeptAsideAndReported()
+    {
+        const QString path = m_dir.filePath(QStringLiteral("projects/.support/broken/gcp_survey.xml"));
+        QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write("<survey><gcp name=\"A\"");
+        file.close();
+        GcpEditor editor;
+        editor.setFiles(m_photos);
+        editor.setSupportFilePath(path);
+        QCOMPARE(m_dialogs.size(), 1);
+        QVERIFY(editor.gcpInfoEditor()->gcps().isEmpty());
+        const QStringList aside =
+            QDir(QFileInfo(path).absolutePath()).entryList({QStringLiteral("gcp_survey.xml.damaged-*")});
+        QCOMPARE(aside.size(), 1);
+        QVERIFY(m_dialogs.first().contains(aside.first()));
+        // New work is saved again, beside the kept copy.
+        editor.gcpInfoEditor()->addGcps({point(QStringLiteral("New"), 500000, 5200000)});
+        editor.flushAutosave();
+        QVERIFY(isReadableSurveyFile(path));
+        QFile kept(QFileInfo(path).absoluteDir().filePath(aside.first()));
+        QVERIFY(kept.open(QIODevice::ReadOnly));
+        QCOMPARE(kept.readAll(), QByteArray("<survey><gcp name=\"A\""));
+    }
+
+private:
+    QTemporaryDir m_dir;
+    QStringList m_photos;
+    QStringList m_dialogs;
+};
+
+QTEST_MAIN(GcpWorkflowTest)
+#include "tst_gcpworkflow.moc"

@@ -1,0 +1,279 @@
+#include <gcp/ImagePane.h>
+#include <gcp/MarkerEditor.h>
+#include <gcp/model/PhotoFootprint.h>
+#include <gcp/model/PhotoGeoCache.h>
+#include <support/TestSupport.h>
+#include <uibase/TaskDialog.h>
+
+#include <TestPhotos.h>
+
+#include <QCheckBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QStackedWidget>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QToolButton>
+
+#include <cmath>
+
+using namespace Zyn::AppGcp;
+using Zyn::UiBase::TaskDialog;
+
+namespace {
+void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton button, Qt::MouseButtons buttons)
+{
+    QMouseEvent event(type, pos, w->mapToGlobal(pos), button, buttons, Qt::NoModifier);
+    QApplication::sendEvent(w, &event);
+}
+
+GcpInfo point(const QString& name)
+{
+    GcpInfo gcp;
+    gcp.name = name;
+    return gcp;
+}
+} // namespace
+
+class MarkerEditorTest : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        for (int i = 0; i < 4; ++i) {
+            m_photos << m_dir.filePath(QStringLiteral("IMG_%1.jpg").arg(i));
+            QVERIFY(TestPhotos::writePhoto(m_photos.last(), QSize(600, 400), i, false));
+        }
+    }
+
+    void init()
+    {
+        m_markers.clear();
+        m_gcps.clear();
+        m_gcps.insert(QStringLiteral("A"), point(QStringLiteral("A")));
+        m_gcps.insert(QStringLiteral("B"), point(QStringLiteral("B")));
+        m_editor.reset(new MarkerEditor);
+        m_editor->setMarkerMap(&m_markers);
+        m_editor->setGcpMap(&m_gcps);
+        m_editor->setFiles(m_photos);
+        m_editor->resize(900, 700);
+        m_editor->show();
+        QVERIFY(QTest::qWaitForWindowExposed(m_editor.data()));
+        m_pane = m_editor->imagePane();
+    }
+    void cleanup() { TaskDialog::clearHandler(); }
+
+    // What a click does on the pane, after it was fitted (letterbox above and below).
+    void clickPlacesOnlyWhenItShould_data()
+    {
+        QTest::addColumn<int>("gesture");
+        QTest::addColumn<bool>("placed");
+        QTest::newRow("left click on the photo") << 0 << true;
+        QTest::newRow("release after a pan") << 1 << false;
+        QTest::newRow("right click") << 2 << false;
+        QTest::newRow("click in the letterbox") << 3 << false;
+    }
+    void clickPlacesOnlyWhenItShould()
+    {
+        QFETCH(int, gesture);
+        QFETCH(bool, placed);
+        m_editor->setSelectedGcp(QStringLiteral("A"));
+        m_editor->openImage(m_photos.at(0));
+        QTRY_VERIFY(m_pane->isFullResolution());
+        const QRect bound = m_pane->getActualImageBound();
+        QVERIFY(bound.top() > 0);
+        const QPoint at = bound.center();
+        switch (gesture) {
+        case 0:
+            QTest::mouseClick(m_pane, Qt::LeftButton, Qt::NoModifier, at);
+            break;
+        case 1:
+            m_pane->centreOn(QPointF(300, 200), 4.0);
+            sendMouse(m_pane, QEvent::MouseButtonPress, at, Qt::LeftButton, Qt::LeftButton);
+            sendMouse(m_pane, QEvent::MouseMove, at + QPoint(40, 0), Qt::NoButton, Qt::LeftButton);
+            sendMouse(m_pane, QEvent::MouseButtonRelease, at + QPoint(40, 0), Qt::LeftButton, Qt::NoButton);
+            break;
+        case 2:
+            QTest::mouseClick(m_pane, Qt::RightButton, Qt::NoModifier, at);
+            break;
+        case 3:
+            QTest::mouseClick(m_pane, Qt::LeftButton, Qt::NoModifier, QPoint(at.x(), bound.top() / 2));
+            break;
+        }
+        QCOMPARE(m_markers.contains(QStringLiteral("A")), placed);
+        if (placed)
+            QCOMPARE(m_markers.value(QStringLiteral("A")).first().pixel, m_pane->getSourcePoint(at));
+    }
+
+    void oneMarkerPerPhotoMovedByClickAndKeys()
+    {
+        m_markers[QStringLiteral("B")] << GcpMarker{QString(), m_photos.at(0), QPoint(50, 60), 1};
+        m_editor->setSelectedGcp(QStringLiteral("A"));
+        m_editor->openImage(m_photos.at(0));
+        QTRY_VERIFY(m_pane->isFullResolution());
+        const QRect bound = m_pane->getActualImageBound();
+        QTest::mouseClick(m_pane, Qt::LeftButton, Qt::NoModifier, bound.center() - QPoint(100, 0));
+        QTest::mouseClick(m_pane, Qt::LeftButton, Qt::NoModifier, bound.center());
+        QCOMPARE(m_markers.value(QStringLiteral("A")).size(), 1);
+        const QPoint pixel = m_pane->getSourcePoint(bound.center());
+        QCOMPARE(m_markers.value(QStringLiteral("A")).first().pixel, pixel);
+        // Another point's marker is there, named and locked.
+        const QList<Zyn::UiToolkit::LxPixelMarker*> others = m_pane->otherMarkers();
+        QCOMPARE(others.size(), 1);
+        QCOMPARE(others.first()->text(), QStringLiteral("B"));
+        QVERIFY(others.first()->isLocked());
+        // Arrow keys: one image pixel per press, at any zoom.
+        m_pane->centreOn(QPointF(pixel), 0.5 * m_pane->fitScale() + 3.0);
+        m_pane->currentMarker()->setFocus();
+        QTest::keyClick(m_pane->currentMarker(), Qt::Key_Right);
+        QTest::keyClick(m_pane->currentMarker(), Qt::Key_Right);
+        QTest::keyClick(m_pane->currentMarker(), Qt::Key_Up);
+        QCOMPARE(m_markers.value(QStringLiteral("A")).first().pixel, pixel + QPoint(2, -1));
+        // Deleting the last marker of a point removes the point from the map.
+        QTest::keyClick(m_pane->currentMarker(), Qt::Key_Delete);
+        QVERIFY(!m_markers.contains(QStringLiteral("A")));
+        QVERIFY(m_markers.contains(QStringLiteral("B")));
+    }
+
+    void navigationEndsWithoutWrap()
+    {
+        for (int i = 0; i < 3; ++i)
+            m_markers[QStringLiteral("A")] << GcpMarker{QString(), m_photos.at(i), QPoint(10, 10), 1};
+        m_editor->setSelectedGcp(QStringLiteral("A"));
+        m_editor->openImage(m_photos.at(0));
+        QTest::keyClick(m_pane, Qt::Key_PageDown);
+        QTest::keyClick(m_pane, Qt::Key_PageDown);
+        QCOMPARE(m_editor->currentImage(), m_photos.at(2));
+        auto* next = m_editor->findChild<QToolButton*>(QStringLiteral("button_next"));
+        QVERIFY(!next->isEnabled());
+        QCOMPARE(m_editor->findChild<QLabel*>(QStringLiteral("label_nav_info"))->text(), QStringLiteral("3 of 3"));
+        QTest::keyClick(m_pane, Qt::Key_PageDown);
+        QCOMPARE(m_editor->currentImage(), m_photos.at(2));
+        // Deleting on the last marked photo steps back first.
+        QSignalSpy deleted(m_editor.data(), &MarkerEditor::markerDeleted);
+        QTest::mouseClick(m_editor->findChild<QPushButton*>(QStringLiteral("button_delete_marker")), Qt::LeftButton);
+        QCOMPARE(deleted.takeFirst().at(0).toString(), m_photos.at(2));
+        QCOMPARE(m_editor->currentImage(), m_photos.at(1));
+        QCOMPARE(m_markers.value(QStringLiteral("A")).size(), 2);
+        QTest::keyClick(m_pane, Qt::Key_Escape);
+        QVERIFY(m_editor->isShowingThumbnails());
+    }
+
+    void deletingTheOnlyMarkerReturns()
+    {
+        m_markers[QStringLiteral("A")] << GcpMarker{QString(), m_photos.at(1), QPoint(10, 10), 1};
+        m_editor->setSelectedGcp(QStringLiteral("A"));
+        m_editor->openImage(m_photos.at(1));
+        QSignalSpy returned(m_editor.data(), &MarkerEditor::returnButtonClicked);
+        QTest::mouseClick(m_editor->findChild<QPushButton*>(QStringLiteral("button_delete_marker")), Qt::LeftButton);
+        QCOMPARE(returned.count(), 1);
+        QVERIFY(!m_markers.contains(QStringLiteral("A")));
+        QVERIFY(m_editor->isShowingThumbnails());
+    }
+
+    void pointLabels_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("markers");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("one marker") << "A" << 1 << "A found on 1 image";
+        QTest::newRow("none is plural") << "A" << 0 << "A found on 0 images";
+        QTest::newRow("long name cut at 25")
+            << "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123" << 2 << "ABCDEFGHIJKLMNOPQRSTUVWXY... found on 2 images";
+    }
+    void pointLabels()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, markers);
+        QFETCH(QString, text);
+        m_gcps.insert(name, point(name));
+        for (int i = 0; i < markers; ++i)
+            m_markers[name] << GcpMarker{QString(), m_photos.at(i), QPoint(5, 5), 1};
+        m_editor->setSelectedGcp(name);
+        QCOMPARE(m_editor->findChild<QLabel*>(QStringLiteral("label_gcp_info"))->text(), text);
+    }
+
+    void openingWithoutPointSaysSo()
+    {
+        QString said;
+        TaskDialog::setHandler([&](const TaskDialog::Request& r) {
+            said = r.mainText;
+            return int(TaskDialog::Ok);
+        });
+        m_editor->openImage(m_photos.at(0));
+        QCOMPARE(said, QStringLiteral("Select or add a Ground Control Point."));
+        QVERIFY(m_editor->isShowingThumbnails());
+    }
+
+    // The footprint filter on a generated flight: every photo whose ground
+    // footprint holds the point passes, and few passing photos miss it.
+    void filterFindsThePhotosShowingAPoint_data()
+    {
+        QTest::addColumn<double>("east");
+        QTest::addColumn<double>("north");
+        QTest::newRow("block centre") << 0.0 << 0.0;
+        QTest::newRow("off centre") << 37.0 << -52.0;
+        QTest::newRow("near the edge") << -110.0 << 90.0;
+    }
+    void filterFindsThePhotosShowingAPoint()
+    {
+        QFETCH(double, east);
+        QFETCH(double, north);
+        static QTemporaryDir flightDir;
+        static QStringList flight = Zyn::TestSupport::makeDronePhotos(
+            flightDir.path(), {QStringLiteral("--count"), QStringLiteral("40"), QStringLiteral("--lat"),
+                               QStringLiteral("47.07"), QStringLiteral("--lon"), QStringLiteral("15.44"),
+                               QStringLiteral("--alt"), QStringLiteral("100")});
+        QCOMPARE(flight.size(), 40);
+        QVector<PhotoGeo> photos;
+        for (const QString& path : flight)
+            photos << readPhotoGeo(path);
+        const double lat = 47.07 + north / 110574.0;
+        const double lon = 15.44 + east / (111320.0 * std::cos(47.07 * M_PI / 180.0));
+        GroundPoint target;
+        target.longitude = lon;
+        target.latitude = lat;
+        target.hasZ = true; // the flight is 100 m above ground at sea level
+        const QStringList passing = photosNearPoint(photos, target);
+        // Truth: rows run north-south; 100 m up a photo covers 150 m across, 100 m along.
+        int showing = 0, falsePasses = 0;
+        for (const PhotoGeo& photo : photos) {
+            const double dx = (lon - photo.longitude) * 111320.0 * std::cos(lat * M_PI / 180.0);
+            const double dy = (lat - photo.latitude) * 110574.0;
+            const bool shows = std::abs(dx) <= 75.0 && std::abs(dy) <= 50.0;
+            showing += shows;
+            if (shows)
+                QVERIFY2(passing.contains(photo.path), qPrintable(photo.path));
+            else if (passing.contains(photo.path))
+                ++falsePasses;
+        }
+        QVERIFY(showing > 0);
+        QVERIFY2(falsePasses * 4 <= passing.size(), qPrintable(QStringLiteral("%1 of %2").arg(falsePasses).arg(passing.size())));
+    }
+
+    void filterPassingNothingCountsAll()
+    {
+        PhotoGeoCache cache;
+        m_editor->setGeoCache(&cache);
+        m_editor->setSelectedGcp(QStringLiteral("A")); // no position: nothing can be near it
+        QSignalSpy filtered(m_editor.data(), &MarkerEditor::afterGPSFiltered);
+        m_editor->findChild<QCheckBox*>(QStringLiteral("checkBox_filterByGps"))->setChecked(true);
+        QVERIFY(filtered.wait());
+        QCOMPARE(filtered.first().at(0).toInt(), 0);
+        QCOMPARE(m_editor->findChild<QLabel*>(QStringLiteral("label_image_info"))->text(),
+                 QStringLiteral("Displaying images: 4 of 4"));
+    }
+
+private:
+    QTemporaryDir m_dir;
+    QStringList m_photos;
+    MarkerMap m_markers;
+    GcpMap m_gcps;
+    QScopedPointer<MarkerEditor> m_editor;
+    ImagePane* m_pane = nullptr;
+};
+
+QTEST_MAIN(MarkerEditorTest)
+#include "tst_markereditor.moc"
