@@ -1,9 +1,14 @@
 #include "GcpMapsVC.h"
 
 #include <gis/Gis.h>
+#include <keelcore/Dispatch.h>
 #include <utilities/Utilities.h>
 
+#include <QBuffer>
 #include <QFileInfo>
+#include <QImage>
+
+#include <cmath>
 
 namespace Zyn {
 namespace AppGcp {
@@ -109,6 +114,83 @@ void GcpMapsVC::loadCameras(const PhotoGpsMap& positions)
     if (m_zoomAfterLoad) {
         m_zoomAfterLoad = false;
         autoZoom(ZoomPadding);
+    }
+}
+
+QVector<QPointF> photoFootprintCorners(const PhotoGeo& photo, double headingDegrees)
+{
+    const double halfDiagonal = footprintHalfDiagonal(photo, GroundPoint());
+    const double w = photo.pixelSize.isEmpty() ? 4.0 : photo.pixelSize.width();
+    const double h = photo.pixelSize.isEmpty() ? 3.0 : photo.pixelSize.height();
+    const double halfW = halfDiagonal * w / std::hypot(w, h);
+    const double halfH = halfDiagonal * h / std::hypot(w, h);
+    const double a = (std::isfinite(headingDegrees) ? headingDegrees : 0.0) * M_PI / 180.0;
+    // Unit vectors (east, north) of the image's up and right directions.
+    const double upE = std::sin(a), upN = std::cos(a), rightE = std::cos(a), rightN = -std::sin(a);
+    const double metresPerDegreeLat = 110574.0;
+    const double metresPerDegreeLon = 111320.0 * std::cos(photo.latitude * M_PI / 180.0);
+    QVector<QPointF> corners;
+    for (const auto& c : {std::make_pair(1, -1), std::make_pair(1, 1), std::make_pair(-1, 1), std::make_pair(-1, -1)}) {
+        const double east = c.first * halfH * upE + c.second * halfW * rightE;
+        const double north = c.first * halfH * upN + c.second * halfW * rightN;
+        corners << QPointF(photo.latitude + north / metresPerDegreeLat, photo.longitude + east / metresPerDegreeLon);
+    }
+    return corners;
+}
+
+void GcpMapsVC::loadPhotoBackgrounds(const QVector<PhotoGeo>& photos)
+{
+    const int generation = ++m_photoGeneration;
+    const QVector<double> headings = photoHeadings(photos);
+    struct Job {
+        QString path;
+        QVector<QPointF> corners;
+    };
+    QVector<Job> jobs;
+    for (int i = 0; i < photos.size() && jobs.size() < MaxPhotoBackgrounds; ++i) {
+        const PhotoGeo& p = photos.at(i);
+        if (p.hasGps && Tarn::GIS::isPolarCoordValid(p.latitude, p.longitude, true))
+            jobs.push_back({p.path, photoFootprintCorners(p, headings.at(i))});
+    }
+    if (jobs.isEmpty()) {
+        emit photoBackgroundsLoaded(0);
+        return;
+    }
+    // Thumbnails are decoded on workers, a batch at a time, and reach the
+    // page from the GUI thread while this load is still the latest.
+    const int batchSize = 32;
+    auto remaining = std::make_shared<int>((jobs.size() + batchSize - 1) / batchSize);
+    auto drawn = std::make_shared<int>(0);
+    QPointer<GcpMapsVC> self(this);
+    for (int start = 0; start < jobs.size(); start += batchSize) {
+        const QVector<Job> batch = jobs.mid(start, batchSize);
+        KeelCore::dispatchAsync(KeelCore::QosBackground, [self, batch, generation, remaining, drawn] {
+            QStringList scripts;
+            for (const Job& job : batch) {
+                const QImage thumb = Utilities::loadThumbnail(job.path, QSize(ThumbnailSize, ThumbnailSize));
+                if (thumb.isNull())
+                    continue;
+                QByteArray jpeg;
+                QBuffer buffer(&jpeg);
+                buffer.open(QIODevice::WriteOnly);
+                thumb.save(&buffer, "JPG", 80);
+                QStringList corners;
+                for (const QPointF& c : job.corners)
+                    corners << QStringLiteral("[%1,%2]").arg(Tarn::GIS::gpsCoordToString(c.x()),
+                                                             Tarn::GIS::gpsCoordToString(c.y()));
+                scripts << QStringLiteral("setCameraPhoto('%1','data:image/jpeg;base64,%2',[%3])")
+                               .arg(jsString(job.path), QString::fromLatin1(jpeg.toBase64()),
+                                    corners.join(QLatin1Char(',')));
+            }
+            KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, scripts, generation, remaining, drawn] {
+                if (!self || generation != self->m_photoGeneration)
+                    return;
+                self->runScripts(scripts);
+                *drawn += scripts.size();
+                if (--*remaining == 0)
+                    emit self->photoBackgroundsLoaded(*drawn);
+            });
+        });
     }
 }
 

@@ -2,9 +2,12 @@
 
 #include <coordsys/GcpCoordSysInfo.h>
 #include <gcp/model/GcpInfo.h>
+#include <gcp/model/PhotoFootprint.h>
 #include <maps/MapsViewController.h>
 
 #include <QHash>
+#include <QPointF>
+#include <QVector>
 #include <QStringList>
 
 #include <functional>
@@ -20,6 +23,8 @@ public:
     // Cameras per script trip during a load; a progress call follows each.
     static constexpr int CameraBatchSize = 1000;
     static constexpr double ZoomPadding = 0.2;
+    static constexpr int MaxPhotoBackgrounds = 2000;
+    static constexpr int ThumbnailSize = 256;
 
     explicit GcpMapsVC(QObject* parent = nullptr);
 
@@ -33,6 +38,10 @@ public:
     // Names the GCPs marked on a camera's photo (shown in its tooltip and colour).
     void setCameraReferenceGcps(const QString& key, const QStringList& gcpNames);
     void removeCamera(const QString& key);
+    // Draws each photo's thumbnail over its ground footprint (turned by its
+    // heading when known) as an offline background; photos in capture order.
+    // At most MaxPhotoBackgrounds photos, the rest keep their camera dot.
+    void loadPhotoBackgrounds(const QVector<PhotoGeo>& photos);
     void setCamerasVisible(bool visible);
     bool camerasVisible() const { return m_camerasVisible; }
 
@@ -61,6 +70,7 @@ public slots:
     void onSelectedGcpChanged(const QString& gcpName);
 
 signals:
+    void photoBackgroundsLoaded(int count);
     void tagPhotos(const QString& gcpName);
     void cameraLoadProgress(int percent);
 
@@ -82,7 +92,13 @@ private:
     double m_pendingZoom = ZoomPadding;
     bool m_zoomAfterLoad = false;
     bool m_camerasVisible = true;
+    int m_photoGeneration = 0;
 };
+
+// The ground corners (latitude, longitude) of a photo's nadir footprint:
+// top-left, top-right, bottom-right, bottom-left of the image, its top
+// facing headingDegrees (clockwise from north; NaN draws it north up).
+QVector<QPointF> photoFootprintCorners(const PhotoGeo& photo, double headingDegrees);
 
 } // namespace AppGcp
 } // namespace Zyn

@@ -240,8 +240,6 @@ void MapsViewController::runScript(const QString& script, ScriptCallback callbac
         QTimer::singleShot(0, this, [callback] { callback(QVariant()); });
     } else {
         m_pending.append({script, std::move(callback)});
-        if (!isViewLoaded())
-            getView();
     }
 }
 
@@ -260,8 +258,6 @@ void MapsViewController::runScripts(const QStringList& scripts)
         m_web->page()->runJavaScript(joined);
     } else {
         m_pending.append({joined, ScriptCallback()});
-        if (!isViewLoaded())
-            getView();
     }
 }
 

@@ -22,8 +22,9 @@ namespace UiToolkit {
 
 class MapBridge;
 
-// A web map page in a QWebEngineView. Scripts are sent as text; calls made
-// before the page has loaded wait and go out in order once it has. Clicks
+// A web map page in a QWebEngineView, created with the view. Scripts are
+// sent as text; calls made before the page has loaded (or before the view
+// exists) wait and go out in order once it has. Clicks
 // on the page come back as signals through a QWebChannel object named by
 // the controller's identifier.
 class MapsViewController : public UiBase::BaseViewController {
