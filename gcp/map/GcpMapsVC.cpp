@@ -144,13 +144,14 @@ void GcpMapsVC::loadPhotoBackgrounds(const QVector<PhotoGeo>& photos)
     const QVector<double> headings = photoHeadings(photos);
     struct Job {
         QString path;
+        QSize pixelSize;
         QVector<QPointF> corners;
     };
     QVector<Job> jobs;
     for (int i = 0; i < photos.size() && jobs.size() < MaxPhotoBackgrounds; ++i) {
         const PhotoGeo& p = photos.at(i);
         if (p.hasGps && Tarn::GIS::isPolarCoordValid(p.latitude, p.longitude, true))
-            jobs.push_back({p.path, photoFootprintCorners(p, headings.at(i))});
+            jobs.push_back({p.path, p.pixelSize, photoFootprintCorners(p, headings.at(i))});
     }
     if (jobs.isEmpty()) {
         emit photoBackgroundsLoaded(0);
@@ -167,9 +168,21 @@ void GcpMapsVC::loadPhotoBackgrounds(const QVector<PhotoGeo>& photos)
         KeelCore::dispatchAsync(KeelCore::QosBackground, [self, batch, generation, remaining, drawn] {
             QStringList scripts;
             for (const Job& job : batch) {
-                const QImage thumb = Utilities::loadThumbnail(job.path, QSize(ThumbnailSize, ThumbnailSize));
+                QImage thumb = Utilities::loadThumbnail(job.path, QSize(ThumbnailSize, ThumbnailSize));
                 if (thumb.isNull())
                     continue;
+                // Embedded thumbnails of another shape than the photo carry black bands.
+                if (!job.pixelSize.isEmpty()) {
+                    const double want = double(job.pixelSize.width()) / job.pixelSize.height();
+                    const double have = double(thumb.width()) / thumb.height();
+                    if (have > want * 1.02) {
+                        const int w = qRound(thumb.height() * want) - 2; // a blurred band edge stays dark
+                        thumb = thumb.copy((thumb.width() - w) / 2, 0, w, thumb.height());
+                    } else if (have < want / 1.02) {
+                        const int h = qRound(thumb.width() / want) - 2;
+                        thumb = thumb.copy(0, (thumb.height() - h) / 2, thumb.width(), h);
+                    }
+                }
                 QByteArray jpeg;
                 QBuffer buffer(&jpeg);
                 buffer.open(QIODevice::WriteOnly);

@@ -39,7 +39,7 @@ function clusterIcon(cls, colour) {
 }
 
 function initMap() {
-    map = L.map('map', { preferCanvas: false, zoomControl: true, maxZoom: 22, worldCopyJump: true });
+    map = L.map('map', { preferCanvas: false, zoomControl: true, maxZoom: 22, zoomSnap: 0.5, worldCopyJump: true });
     map.createPane('photos').style.zIndex = 350;
     cameraRenderer = L.canvas({ padding: 0.5 });
     photoLayer = L.layerGroup().addTo(map);
