@@ -1,4 +1,12 @@
+#include <gcp/GcpEditor.h>
+#include <gcp/GcpInfoEditor.h>
 #include <gcp/map/GcpMapsVC.h>
+#include <gcp/model/PhotoGeoCache.h>
+#include <support/TestSupport.h>
+
+#include <QPushButton>
+#include <QTableWidget>
+#include <QTemporaryDir>
 
 #include <QSignalSpy>
 #include <QtTest>
@@ -144,6 +152,63 @@ private slots:
         int count = -1;
         m_maps->cameraCount([&count](int n) { count = n; });
         QTRY_COMPARE(count, 1);
+    }
+
+    // The footprint's top edge faces the heading, its long side across it.
+    void footprintCorners_data()
+    {
+        QTest::addColumn<double>("heading");
+        QTest::addColumn<int>("northSign"); // of the top-left corner, seen from the centre
+        QTest::addColumn<int>("eastSign");
+        QTest::newRow("north") << 0.0 << 1 << -1;
+        QTest::newRow("unknown") << qQNaN() << 1 << -1;
+        QTest::newRow("east") << 90.0 << 1 << 1;
+        QTest::newRow("south") << 180.0 << -1 << 1;
+    }
+    void footprintCorners()
+    {
+        QFETCH(double, heading);
+        QFETCH(int, northSign);
+        QFETCH(int, eastSign);
+        PhotoGeo photo;
+        photo.latitude = 47.25;
+        photo.longitude = 8.5;
+        photo.relativeAltitude = 100;
+        photo.pixelSize = QSize(4000, 3000);
+        const QVector<QPointF> c = photoFootprintCorners(photo, heading);
+        QCOMPARE(c.size(), 4);
+        const double halfDiagonal = footprintHalfDiagonal(photo, GroundPoint());
+        for (const QPointF& p : c)
+            QVERIFY(qAbs(groundDistance(8.5, 47.25, p.y(), p.x()) - halfDiagonal) < 0.01 * halfDiagonal);
+        QCOMPARE(c[0].x() > 47.25 ? 1 : -1, northSign);
+        QCOMPARE(c[0].y() > 8.5 ? 1 : -1, eastSign);
+        const double top = groundDistance(c[0].y(), c[0].x(), c[1].y(), c[1].x());
+        QVERIFY(qAbs(top - 1.6 * halfDiagonal) < 0.01 * halfDiagonal);
+    }
+
+    // The editor's table and the map work together; the photos lie under them.
+    void editorDrivesMap()
+    {
+        QTemporaryDir dir;
+        const QStringList photos = Zyn::TestSupport::makeDronePhotos(dir.path(), {"--count", "4", "--lat", "47.25", "--lon",
+                                                                           "8.5", "--alt", "100", "--width", "600", "--height", "400"});
+        QCOMPARE(photos.size(), 4);
+        GcpEditor editor;
+        editor.resize(1400, 900);
+        editor.show();
+        editor.setFiles(photos);
+        QTest::mouseClick(editor.findChild<QPushButton*>("mapView_button"), Qt::LeftButton);
+        auto* maps = editor.findChild<GcpMapsVC*>();
+        QVERIFY(maps && maps->isViewVisible());
+        QVERIFY(becomesTrue(*maps, "cameraCount() === 4 && photoCount() === 4"));
+        QTest::mouseClick(editor.findChild<QPushButton*>("add_gcp_button"), Qt::LeftButton);
+        auto* table = editor.findChild<QTableWidget*>("gcp_names_tableWidget");
+        table->item(0, 1)->setText("8.5");
+        table->item(0, 2)->setText("47.25");
+        QVERIFY(becomesTrue(*maps, "gcpPinCount() === 1 && pins['GCP1'].getLatLng().lat === 47.25"));
+        eval(*maps, "pins['GCP1']._icon.click()");
+        QTRY_VERIFY(editor.findChild<QPushButton*>("photoView_button")->isChecked());
+        QCOMPARE(table->currentRow(), 0);
     }
 
     void pinsClusterTagAndNavigate()
