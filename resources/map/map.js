@@ -43,7 +43,7 @@ function initMap() {
     map.createPane('photos').style.zIndex = 350;
     cameraRenderer = L.canvas({ padding: 0.5 });
     photoLayer = L.layerGroup().addTo(map);
-    cameraLayer = L.markerClusterGroup({ maxClusterRadius: 30, disableClusteringAtZoom: 17,
+    cameraLayer = L.markerClusterGroup({ maxClusterRadius: 30, disableClusteringAtZoom: 16,
         showCoverageOnHover: false, chunkedLoading: false,
         iconCreateFunction: clusterIcon('zyn-camera-cluster', function () { return style.cameraCluster; }) });
     cameraLayer.on('mouseover', function (e) {
