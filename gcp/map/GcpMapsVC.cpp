@@ -162,10 +162,10 @@ void GcpMapsVC::loadPhotoBackgrounds(const QVector<PhotoGeo>& photos)
     const int batchSize = 32;
     auto remaining = std::make_shared<int>((jobs.size() + batchSize - 1) / batchSize);
     auto drawn = std::make_shared<int>(0);
-    QPointer<GcpMapsVC> self(this);
+    const KeelCore::WeakRef<GcpMapsVC> weak(liveness(), this);
     for (int start = 0; start < jobs.size(); start += batchSize) {
         const QVector<Job> batch = jobs.mid(start, batchSize);
-        KeelCore::dispatchAsync(KeelCore::QosBackground, [self, batch, generation, remaining, drawn] {
+        KeelCore::dispatchAsync(KeelCore::QosBackground, [weak, batch, generation, remaining, drawn] {
             QStringList scripts;
             for (const Job& job : batch) {
                 QImage thumb = Utilities::loadThumbnail(job.path, QSize(ThumbnailSize, ThumbnailSize));
@@ -195,7 +195,8 @@ void GcpMapsVC::loadPhotoBackgrounds(const QVector<PhotoGeo>& photos)
                                .arg(jsString(job.path), QString::fromLatin1(jpeg.toBase64()),
                                     corners.join(QLatin1Char(',')));
             }
-            KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, scripts, generation, remaining, drawn] {
+            KeelCore::dispatchAsync(KeelCore::QosMainThread, [weak, scripts, generation, remaining, drawn] {
+                GcpMapsVC* self = weak.lock();
                 if (!self || generation != self->m_photoGeneration)
                     return;
                 self->runScripts(scripts);
