@@ -64,7 +64,6 @@ QString numberText(double value)
 
 } // namespace
 
-const QString MapsViewController::NavigateToLinkName = QStringLiteral("navigate_to");
 const QString MapsViewController::TileUrlTemplateKey = QStringLiteral("Map/TileUrlTemplate");
 const QString MapsViewController::LocalTileFolderKey = QStringLiteral("Map/LocalTileFolder");
 

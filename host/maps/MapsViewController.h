@@ -33,7 +33,7 @@ public:
     // Longest pin label before it is elided.
     static constexpr int MaxCharCount = 12;
     // Name of the link (and action property) that centres the map on a pin.
-    static const QString NavigateToLinkName;
+    static constexpr const char* NavigateToLinkName = "navigate_to";
     // Configuration keys of the optional tile backgrounds.
     static const QString TileUrlTemplateKey;
     static const QString LocalTileFolderKey;
