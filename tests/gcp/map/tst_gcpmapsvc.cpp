@@ -2,6 +2,8 @@
 #include <gcp/GcpInfoEditor.h>
 #include <gcp/map/GcpMapsVC.h>
 #include <gcp/model/PhotoGeoCache.h>
+#include <services/ApplicationService.h>
+#include <services/ConfigManager.h>
 #include <support/TestSupport.h>
 
 #include <QPushButton>
@@ -152,6 +154,23 @@ private slots:
         int count = -1;
         m_maps->cameraCount([&count](int n) { count = n; });
         QTRY_COMPARE(count, 1);
+    }
+
+    void localTileFolder()
+    {
+        QTemporaryDir tiles;
+        QImage tile(256, 256, QImage::Format_RGB32);
+        tile.fill(Qt::darkGreen);
+        for (int x = 0; x < 4; ++x)
+            for (int y = 0; y < 4; ++y)
+                QVERIFY(QDir(tiles.path()).mkpath(QString("2/%1").arg(x)) &&
+                        tile.save(tiles.filePath(QString("2/%1/%2.png").arg(x).arg(y))));
+        auto* config = Zyn::Services::ApplicationService::GetInstance()->GetConfigManager();
+        config->setValue(GcpMapsVC::LocalTileFolderKey, tiles.path());
+        m_maps->getView()->show();
+        const bool loaded = becomesTrue(*m_maps, "document.querySelectorAll('.leaflet-tile-loaded').length > 0");
+        config->remove(GcpMapsVC::LocalTileFolderKey);
+        QVERIFY(loaded);
     }
 
     // The footprint's top edge faces the heading, its long side across it.
