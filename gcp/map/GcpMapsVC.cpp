@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QImage>
 
+#include <algorithm>
 #include <cmath>
 
 namespace Zyn {
@@ -47,9 +48,9 @@ UiToolkit::MapsViewController::PageFunctions gcpPageFunctions()
     return f;
 }
 
-QString altitudeText(double altitude)
+QString positionBlock(const QString& extraRows, const QString& latitude, const QString& longitude, double altitude)
 {
-    return QString::number(altitude, 'f', 2);
+    return QString::fromLatin1(kPositionBlock).arg(extraRows, latitude, longitude, QString::number(altitude, 'f', 2));
 }
 
 } // namespace
@@ -63,22 +64,26 @@ GcpMapsVC::GcpMapsVC(QObject* parent)
 
 QString GcpMapsVC::positionTooltip(const QString& extraRows, double latitude, double longitude, double altitude)
 {
-    return QString::fromLatin1(kPositionBlock)
-        .arg(extraRows, Tarn::GIS::gpsCoordToString(latitude), Tarn::GIS::gpsCoordToString(longitude),
-             altitudeText(altitude));
+    return positionBlock(extraRows, Tarn::GIS::gpsCoordToString(latitude), Tarn::GIS::gpsCoordToString(longitude),
+                         altitude);
 }
 
 QString GcpMapsVC::modifyCameraScript(const QString& key, const Camera& camera) const
 {
-    QString rows = QString::fromLatin1(kPlainRow).arg(QFileInfo(key).fileName().toHtmlEscaped());
+    // The file name; QFileInfo costs too much for a load of thousands.
+    const QString fileName = key.mid(std::max(key.lastIndexOf(QLatin1Char('/')), key.lastIndexOf(QLatin1Char('\\'))) + 1);
+    QString rows = QString::fromLatin1(kPlainRow).arg(fileName.toHtmlEscaped());
     if (!camera.refGcps.isEmpty())
         rows += QString::fromLatin1(kRefGcpsRow).arg(camera.refGcps.join(QStringLiteral(", ")).toHtmlEscaped());
-    const QString tooltip = positionTooltip(rows, camera.latitude, camera.longitude, camera.altitude);
-    const QColor fill = camera.refGcps.isEmpty() ? kCameraFill : kTaggedCameraFill;
+    const QString lat = Tarn::GIS::gpsCoordToString(camera.latitude);
+    const QString lon = Tarn::GIS::gpsCoordToString(camera.longitude);
+    const QString tooltip = positionBlock(rows, lat, lon, camera.altitude);
+    static const QString border = kCameraBorder.name(), plainFill = kCameraFill.name(),
+                         taggedFill = kTaggedCameraFill.name(), radius = QString::number(kCameraRadius),
+                         opacity = QString::number(kCameraOpacity);
     return QStringLiteral("modifyCamera('%1','%2','%3','%4','%5',%6,%7,'%8')")
-        .arg(jsString(key), Tarn::GIS::gpsCoordToString(camera.latitude),
-             Tarn::GIS::gpsCoordToString(camera.longitude), fill.name(), kCameraBorder.name(),
-             QString::number(kCameraRadius), QString::number(kCameraOpacity), jsString(tooltip));
+        .arg(jsString(key), lat, lon, camera.refGcps.isEmpty() ? plainFill : taggedFill, border, radius, opacity,
+             jsString(tooltip));
 }
 
 void GcpMapsVC::loadCameras(const PhotoGpsMap& positions)

@@ -16,6 +16,8 @@
 #include <QWebEngineSettings>
 #include <QWebEngineView>
 
+#include <algorithm>
+
 namespace Zyn {
 namespace UiToolkit {
 
@@ -49,7 +51,7 @@ protected:
 
 QString wrapped(const QString& script)
 {
-    return QStringLiteral("try{%1}catch(e){console.error(e&&e.stack?e.stack:String(e));}").arg(script);
+    return QLatin1String("try{") + script + QLatin1String("}catch(e){console.error(e&&e.stack?e.stack:String(e));}");
 }
 
 QString cssColour(const QColor& c)
@@ -95,6 +97,13 @@ QString MapsViewController::pageFilePath()
 
 QString MapsViewController::jsString(const QString& text)
 {
+    // Most texts need no escape; they are shared, not copied.
+    const auto special = [](QChar c) {
+        const ushort u = c.unicode();
+        return u == '\\' || u == '\'' || u == '\n' || u == '\r' || u == 0x2028 || u == 0x2029;
+    };
+    if (std::none_of(text.cbegin(), text.cend(), special))
+        return text;
     QString out;
     out.reserve(text.size());
     for (const QChar c : text) {

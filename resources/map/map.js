@@ -91,13 +91,17 @@ function setCameraIcon(fill, border, radius) {
 }
 function setCameraClusterIcon(colour) { style.cameraCluster = colour; }
 
-function setCamera(key, lat, lon, html) {
+function setCamera(key, lat, lon, html, look) {
     var ll = L.latLng(num(lat, 0), num(lon, 0));
     var m = cameras[key];
     if (m) {
         m.setLatLng(ll);
+        if (look) {
+            m.setStyle(look);
+            m.setRadius(look.radius);
+        }
     } else {
-        m = L.circleMarker(ll, { renderer: cameraRenderer, radius: style.cameraRadius, weight: 1,
+        m = L.circleMarker(ll, look || { renderer: cameraRenderer, radius: style.cameraRadius, weight: 1,
             color: style.cameraBorder, fillColor: style.cameraFill, fillOpacity: 0.9 });
         cameras[key] = m;
         ++cameraTotal;
@@ -116,9 +120,8 @@ function setCamera(key, lat, lon, html) {
 
 // fill and border colour; radius in pixels; fill opacity 0..1.
 function modifyCamera(key, lat, lon, fill, border, radius, opacity, html) {
-    var m = setCamera(key, lat, lon, html);
-    m.setStyle({ fillColor: fill, color: border, radius: num(radius, style.cameraRadius), fillOpacity: num(opacity, 0.9) });
-    m.setRadius(num(radius, style.cameraRadius));
+    setCamera(key, lat, lon, html, { renderer: cameraRenderer, weight: 1, fillColor: fill, color: border,
+        radius: num(radius, style.cameraRadius), fillOpacity: num(opacity, 0.9) });
 }
 
 // withPhoto: 'true' also takes the camera's photo background away.
@@ -154,7 +157,7 @@ function setCameraLoadingProgress(percent) {
 
 function setCamerasLoadComplete() {
     if (loadingCameras && loadingCameras.length)
-        cameraLayer.addLayers(loadingCameras);
+        cameraLayer.addLayers(loadingCameras, true);
     loadingCameras = null;
     document.getElementById('progress').style.display = 'none';
 }
