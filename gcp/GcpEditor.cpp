@@ -108,6 +108,7 @@ void GcpEditor::updateMapCameras()
     m_mapFiles = m_files;
     m_maps->loadCameras(m_geo->gpsMap(m_files));
     m_maps->loadPhotoBackgrounds(m_geo->values(m_files));
+    updateMapReferences();
 }
 
 void GcpEditor::setFiles(const QStringList& files)
@@ -185,6 +186,19 @@ void GcpEditor::refreshStatus()
     m_summary = result.summaryText();
     ui->gcpInfoEditor->setStatus(m_status);
     ui->gcpInfoEditor->setSummary(m_summary);
+    updateMapReferences();
+}
+
+void GcpEditor::updateMapReferences()
+{
+    // Cameras whose photo holds markers name those GCPs on the map.
+    QHash<QString, QStringList> refs;
+    const MarkerMap& markers = ui->gcpInfoEditor->markers();
+    for (auto it = markers.cbegin(); it != markers.cend(); ++it)
+        for (const GcpMarker& marker : it.value())
+            refs[marker.image] << it.key();
+    for (const QString& file : qAsConst(m_mapFiles))
+        m_maps->setCameraReferenceGcps(file, refs.value(file));
 }
 
 void GcpEditor::flushAutosave()

@@ -79,6 +79,7 @@ protected:
 
 private:
     void updateMapCameras();
+    void updateMapReferences();
     void surveyChanged();
     void refreshStatus();
     void resume();
