@@ -2,9 +2,11 @@
 #include "ui_GcpEditor.h"
 
 #include "GcpInfoEditor.h"
+#include "GcpMapsAdapter.h"
 #include "MarkerEditor.h"
 #include "MarkerPlacerEx.h"
 
+#include <gcp/map/GcpMapsVC.h>
 #include <gcp/model/GcpListFile.h>
 #include <gcp/model/GcpStatus.h>
 #include <gcp/model/PhotoGeoCache.h>
@@ -15,6 +17,7 @@
 
 #include <QAbstractButton>
 #include <QDir>
+#include <QEvent>
 #include <QFile>
 #include <QFileInfo>
 #include <QLabel>
@@ -45,6 +48,11 @@ GcpEditor::GcpEditor(QWidget* parent)
     markers->setGeoCache(m_geo);
     // Pixel sizes and positions arrive later than the table: check again then.
     connect(m_geo, &PhotoGeoCache::loaded, this, &GcpEditor::refreshStatus);
+    // The web map starts only when its side is first shown.
+    m_maps = new GcpMapsVC(this);
+    table->setMapBridge(new GcpMapsAdapter(m_maps, this));
+    table->mapViewContainer()->installEventFilter(this);
+    connect(m_geo, &PhotoGeoCache::loaded, this, &GcpEditor::updateMapCameras);
     connect(m_autosave, &SurveyAutosave::saveFailed, this, &GcpEditor::reportSaveFailure);
 
     connect(table, &GcpInfoEditor::gcpNameChanged, this, &GcpEditor::onGcpNameChanged);
@@ -84,11 +92,34 @@ GcpInfoEditor* GcpEditor::gcpInfoEditor() const
     return ui->gcpInfoEditor;
 }
 
+bool GcpEditor::eventFilter(QObject* watched, QEvent* event)
+{
+    QWidget* container = ui->gcpInfoEditor->mapViewContainer();
+    if (watched == container && event->type() == QEvent::Show && !m_maps->isViewLoaded()) {
+        QWidget* view = m_maps->getView();
+        container->layout()->addWidget(view);
+        view->show();
+        updateMapCameras();
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void GcpEditor::updateMapCameras()
+{
+    if (!m_maps->isViewLoaded() || m_geo->isLoading() || m_files == m_mapFiles)
+        return;
+    m_mapFiles = m_files;
+    m_maps->loadCameras(m_geo->gpsMap(m_files));
+    m_maps->loadPhotoBackgrounds(m_geo->values(m_files));
+    updateMapReferences();
+}
+
 void GcpEditor::setFiles(const QStringList& files)
 {
     m_files = files;
     ui->gcpInfoEditor->markerEditor()->setFiles(files);
     m_geo->request(files);
+    updateMapCameras();
     if (!m_supportFilePath.isEmpty())
         m_autosave->setPath(m_supportFilePath, m_files);
     refreshStatus();
@@ -158,6 +189,19 @@ void GcpEditor::refreshStatus()
     m_summary = result.summaryText();
     ui->gcpInfoEditor->setStatus(m_status);
     ui->gcpInfoEditor->setSummary(m_summary);
+    updateMapReferences();
+}
+
+void GcpEditor::updateMapReferences()
+{
+    // Cameras whose photo holds markers name those GCPs on the map.
+    QHash<QString, QStringList> refs;
+    const MarkerMap& markers = ui->gcpInfoEditor->markers();
+    for (auto it = markers.cbegin(); it != markers.cend(); ++it)
+        for (const GcpMarker& marker : it.value())
+            refs[marker.image] << it.key();
+    for (const QString& file : qAsConst(m_mapFiles))
+        m_maps->setCameraReferenceGcps(file, refs.value(file));
 }
 
 void GcpEditor::flushAutosave()

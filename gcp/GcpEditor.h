@@ -19,6 +19,7 @@ namespace Zyn {
 namespace AppGcp {
 
 class GcpInfoEditor;
+class GcpMapsVC;
 class MarkerPlacerEx;
 class PhotoGeoCache;
 class SurveyAutosave;
@@ -73,7 +74,12 @@ public slots:
     void onBrowseButtonClicked();
     void onFilterByGPSCheckedStateChanged(bool checked);
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    void updateMapCameras();
+    void updateMapReferences();
     void surveyChanged();
     void refreshStatus();
     void resume();
@@ -87,6 +93,8 @@ private:
     QString m_summary;
     bool m_saveFailureShown = false;
     PhotoGeoCache* m_geo = nullptr;
+    GcpMapsVC* m_maps = nullptr;
+    QStringList m_mapFiles; // the photos the map shows
     SurveyAutosave* m_autosave = nullptr;
     QList<QPointer<MarkerPlacerEx>> m_placers;
 };

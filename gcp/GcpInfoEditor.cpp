@@ -11,6 +11,7 @@
 #include <gcp/GcpThumbnailVC.h>
 #include <uibase/TaskDialog.h>
 #include <gis/Gis.h>
+#include <maps/MapsViewController.h>
 #include <spatialreference/SpatialReference.h>
 #include <uibase/FileDialog.h>
 #include <uibase/QtUiToolkit.h>
@@ -36,7 +37,7 @@ namespace Zyn {
 namespace AppGcp {
 
 namespace {
-const char* const kNavigateProperty = "navigate_to";
+const char* const kNavigateProperty = UiToolkit::MapsViewController::NavigateToLinkName;
 const QChar kStatusBullet(0x2666);
 
 // Worst first, the order in which a row's tooltip lists its problems.

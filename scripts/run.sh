@@ -16,5 +16,7 @@ shots="${ZYN_SCREENSHOT_DIR:-$here/build/screenshots}"
 mkdir -p "$shots"
 export QTWEBENGINE_DISABLE_SANDBOX=1
 xvfb-run -a -s "-screen 0 1600x1000x24" "$build/bin/zynphoto" --demo "$shots" "$@"
+# The GCP map over a synthetic flight: photo background, cameras and pins.
+xvfb-run -a -s "-screen 0 1600x1000x24" "$build/bin/map_demo" "$shots/map-photos-cameras-pins.png"
 echo "Screenshots written to: $shots"
 ls -1 "$shots"
