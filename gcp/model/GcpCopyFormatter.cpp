@@ -339,18 +339,23 @@ bool GcpCopyFormatter::isBoolText(const QStringRef& text)
 
 bool GcpCopyFormatter::matchHeaderRow(int row, QMap<ColumnRole, int>* columns) const
 {
+    // When two columns fit a role (a "Code" beside a "GCP Label"), the one
+    // named by the earlier synonym wins.
     QMap<ColumnRole, int> found;
+    QMap<ColumnRole, int> rank;
     for (int column = 0; column < rowSize(row); ++column) {
         const QString cell = normalizeHeader(field(row, column).toString());
         if (cell.isEmpty())
             continue;
         for (ColumnRole role : kAllRoles) {
-            if (found.contains(role))
+            const int at = m_normalizedSynonyms.value(role).indexOf(cell);
+            if (at < 0)
                 continue;
-            if (m_normalizedSynonyms.value(role).contains(cell)) {
+            if (!found.contains(role) || at < rank.value(role)) {
                 found.insert(role, column);
-                break; // one role per column
+                rank.insert(role, at);
             }
+            break; // one role per column
         }
     }
     int coords = 0;

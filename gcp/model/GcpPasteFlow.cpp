@@ -81,16 +81,19 @@ PasteOutcome GcpPasteFlow::paste(const QString& text, const QList<ColumnRole>& c
     }
 
     // The table keeps names unique without regard to case.
-    QSet<QString> taken;
+    QSet<QString> inTable;
     for (const QString& name : existingNames)
-        taken.insert(name.trimmed().toCaseFolded());
+        inTable.insert(name.trimmed().toCaseFolded());
+    QSet<QString> pasted;
+    QStringList skippedInTable, skippedRepeated;
     for (const GcpInfo& gcp : qAsConst(parsed)) {
         const QString key = gcp.name.trimmed().toCaseFolded();
-        if (taken.contains(key)) {
+        if (inTable.contains(key) || pasted.contains(key)) {
             ++outcome.skippedExisting;
+            (inTable.contains(key) ? skippedInTable : skippedRepeated) << gcp.name;
             continue;
         }
-        taken.insert(key);
+        pasted.insert(key);
         outcome.gcps.append(gcp);
     }
     for (auto it = outcome.markersByName.begin(); it != outcome.markersByName.end();) {
@@ -98,8 +101,16 @@ PasteOutcome GcpPasteFlow::paste(const QString& text, const QList<ColumnRole>& c
                                       [&it](const GcpInfo& gcp) { return gcp.name == it.key(); });
         it = kept ? std::next(it) : outcome.markersByName.erase(it);
     }
-    if (outcome.skippedExisting > 0)
-        TaskDialog::showWarningMessage(parent, tr("The GCPs whose names already exist in the table will be skipped."));
+    if (outcome.skippedExisting > 0) {
+        QStringList why;
+        if (!skippedInTable.isEmpty())
+            why << tr("%1: already in the table").arg(skippedInTable.join(QStringLiteral(", ")));
+        skippedRepeated.removeDuplicates();
+        if (!skippedRepeated.isEmpty())
+            why << tr("%1: more than once in the pasted text (the first is kept)").arg(skippedRepeated.join(QStringLiteral(", ")));
+        TaskDialog::showWarningMessage(parent, tr("Some points were not pasted, as their names were taken."),
+                                       why.join(QLatin1Char('\n')));
+    }
     return outcome;
 }
 

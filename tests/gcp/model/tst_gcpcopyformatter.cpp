@@ -135,6 +135,10 @@ private slots:
             << "x\ty\tz\n1\t2\t3\n4\t5\t6\n" << QStringList{"GCP1 1 2 3 -", "GCP2 4 5 6 -"};
         QTest::newRow("two coordinates suffice") << "id,x,y\nA,1,2\n" << QStringList{"A 1 2 0 -"};
         QTest::newRow("blank lines between rows") << "\n\nname\tx\ty\tz\n\n \nA\t1\t2\t3\n\n" << QStringList{"A 1 2 3 -"};
+        QTest::newRow("GIS export") << "#Label\tPOINT_X\tPOINT_Y\tPOINT_Z\nA\t1\t2\t3\n" << QStringList{"A 1 2 3 -"};
+        QTest::newRow("axis and meaning") << "local_id,X/Longitude,Y/Latitude,Z/Altitude\nB,1,2,3\n"
+                                          << QStringList{"B 1 2 3 -"};
+        QTest::newRow("station with abbreviations") << "Station\tE\tN\tElev\nC\t1\t2\t3\n" << QStringList{"C 1 2 3 -"};
     }
 
     void headerIsFound()

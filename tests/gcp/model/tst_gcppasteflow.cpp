@@ -141,7 +141,9 @@ private slots:
         QCOMPARE(names(out.gcps), QStringList{"C"});
         QCOMPARE(out.skippedExisting, 3);
         QCOMPARE(m_shown.size(), 1);
-        QCOMPARE(m_shown[0].main, QStringLiteral("The GCPs whose names already exist in the table will be skipped."));
+        QCOMPARE(m_shown[0].main, QStringLiteral("Some points were not pasted, as their names were taken."));
+        QCOMPARE(m_shown[0].detail, QStringLiteral("A, b: already in the table\n"
+                                                   "c: more than once in the pasted text (the first is kept)"));
         QCOMPARE(pasteGcps("Name\tX\tY\tZ\nD\t1\t2\t3", {}, {"a"}, nullptr).size(), 1);
     }
 
