@@ -24,6 +24,9 @@ constexpr int kHeaderScanRows = 10;
 const ColumnRole kAllRoles[] = {NameRole, Coord1Role, Coord2Role, Coord3Role, CheckpointRole};
 const ColumnRole kCoordRoles[] = {Coord1Role, Coord2Role, Coord3Role};
 
+// Stands in for a doubled quote inside a quoted cell (a private-use code point).
+const QChar kDoubledQuote(0xE000);
+
 bool isStripChar(QChar c)
 {
     // What the trimming pattern removes: ASCII white space and quotes.
@@ -268,6 +271,20 @@ void GcpCopyFormatter::tokenize()
     if (m_clean.contains(QLatin1Char('\r'))) {
         m_clean.replace(QLatin1String("\r\n"), QLatin1String("\n"));
         m_clean.replace(QLatin1Char('\r'), QLatin1Char('\n'));
+    }
+    // A quote doubled inside a cell ("12 deg 30' 5.10"" N") is one quote
+    // character of the cell: kept as a stand-in so the field stays whole,
+    // given back when the name is read.
+    if (m_clean.contains(QLatin1String("\"\""))) {
+        for (int k = 1; k + 2 < m_clean.size(); ++k) {
+            const QChar before = m_clean.at(k - 1);
+            const QChar after = m_clean.at(k + 2);
+            if (m_clean.at(k) == QLatin1Char('"') && m_clean.at(k + 1) == QLatin1Char('"') && !before.isSpace()
+                && before != m_separator && before != QLatin1Char('"') && after != m_separator
+                && after != QLatin1Char('\t') && after != QLatin1Char('\n')) {
+                m_clean.replace(k, 2, kDoubledQuote);
+            }
+        }
     }
 
     // Lines are cut at line feeds in place; empty ones give no row.
@@ -553,6 +570,7 @@ void GcpCopyFormatter::buildRecords(GcpList& gcps) const
     for (int r = m_firstDataRow; r < rowCount(); ++r) {
         GcpInfo gcp;
         gcp.name = nameColumn >= 0 ? field(r, nameColumn).trimmed().toString() : names.next();
+        gcp.name.replace(kDoubledQuote, QLatin1Char('"'));
         const std::array<double, 3>& values = m_values.at(r);
         gcp.coord1 = values[0];
         gcp.coord2 = values[1];

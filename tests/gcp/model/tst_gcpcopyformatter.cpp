@@ -135,6 +135,8 @@ private slots:
             << "x\ty\tz\n1\t2\t3\n4\t5\t6\n" << QStringList{"GCP1 1 2 3 -", "GCP2 4 5 6 -"};
         QTest::newRow("two coordinates suffice") << "id,x,y\nA,1,2\n" << QStringList{"A 1 2 0 -"};
         QTest::newRow("blank lines between rows") << "\n\nname\tx\ty\tz\n\n \nA\t1\t2\t3\n\n" << QStringList{"A 1 2 3 -"};
+        QTest::newRow("quoted cell with spaces and a doubled quote")
+            << QStringLiteral("Name\tX\tY\n\"12 deg 30' 5.10\"\" N\"\t1\t2\n") << QStringList{"12 deg 30' 5.10\" N 1 2 0 -"};
         QTest::newRow("GIS export") << "#Label\tPOINT_X\tPOINT_Y\tPOINT_Z\nA\t1\t2\t3\n" << QStringList{"A 1 2 3 -"};
         QTest::newRow("axis and meaning") << "local_id,X/Longitude,Y/Latitude,Z/Altitude\nB,1,2,3\n"
                                           << QStringList{"B 1 2 3 -"};
