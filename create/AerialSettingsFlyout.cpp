@@ -106,6 +106,9 @@ bool AerialSettingsFlyout::ValidateModelName()
 
 void AerialSettingsFlyout::start()
 {
+    // A double click on Start, or Start then Return, must submit once.
+    if (m_startPending)
+        return;
     if (!HasUserAcceptedTermsAndConditions() && !AskUserToAcceptTermsAndConditions())
         return;
     if (!ValidateModelName())
@@ -116,13 +119,28 @@ void AerialSettingsFlyout::start()
         return;
     }
     const QPointer<AerialSettingsFlyout> self(this);
-    validateEntitlement([self](bool ok) {
-        if (!ok || !self)
+    m_startPending = true;
+    const int request = ++m_startRequest;
+    validateEntitlement([self, request](bool ok) {
+        if (!self || request != self->m_startRequest)
+            return; // closed, or cancelled, meanwhile
+        self->m_startPending = false;
+        // The name submitted is the one on screen now.
+        if (!ok || !self->ValidateModelName())
             return;
         // The name was kept by ValidateModelName; the field is ready for the next project.
         self->ui->modelname_lineedit->clear();
         self->accept();
     });
+}
+
+void AerialSettingsFlyout::reject()
+{
+    if (m_startPending) {
+        m_startPending = false;
+        ++m_startRequest;
+    }
+    CreateModelFlyout::reject();
 }
 
 void AerialSettingsFlyout::on_start_button_clicked()
@@ -193,7 +211,8 @@ bool AerialSettingsFlyout::eventFilter(QObject* watched, QEvent* event)
 void AerialSettingsFlyout::keyPressEvent(QKeyEvent* event)
 {
     const int key = event->key();
-    if ((key == Qt::Key_Return || key == Qt::Key_Enter) && event->modifiers() == Qt::NoModifier)
+    // The keypad's Enter carries the keypad modifier; it acts as Return.
+    if ((key == Qt::Key_Return || key == Qt::Key_Enter) && (event->modifiers() & ~Qt::KeypadModifier) == Qt::NoModifier)
         start();
     QDialog::keyPressEvent(event);
 }

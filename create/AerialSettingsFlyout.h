@@ -61,6 +61,8 @@ public slots:
     void on_close_toolButton_clicked();
     void on_mesh_checkBox_clicked();
     void on_orthomap_checkBox_stateChanged(int state);
+    // Closing while Start waits for the account's answer cancels the start.
+    void reject() override;
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
@@ -75,6 +77,9 @@ private:
 
     std::unique_ptr<Ui::AerialSettingsFlyout> ui;
     std::unique_ptr<SceneNameValidator> m_sceneNameValidator;
+    // A Start waiting for the account's answer; later Starts are ignored.
+    bool m_startPending = false;
+    int m_startRequest = 0;
 };
 
 } // namespace AppCreate

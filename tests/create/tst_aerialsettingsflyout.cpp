@@ -64,7 +64,8 @@ private slots:
     void settingsReportChoices();
     void closeButtonHasFocusAndRejects();
     void startRefusesWithoutTermsNameOrSystem();
-    void returnOnDialogStarts();
+    void startsOnce_data();
+    void startsOnce();
     void creditLineFromAccount_data();
     void creditLineFromAccount();
     void selfHostedAccountHidesCredits();
@@ -380,24 +381,51 @@ void TstAerialSettingsFlyout::startRefusesWithoutTermsNameOrSystem()
     QCOMPARE(edit->text(), QStringLiteral("site"));
 }
 
-void TstAerialSettingsFlyout::returnOnDialogStarts()
+void TstAerialSettingsFlyout::startsOnce_data()
 {
+    QTest::addColumn<QString>("gesture");
+    QTest::addColumn<int>("accepts");
+    QTest::newRow("Return") << "return" << 1;
+    QTest::newRow("keypad Enter") << "enter" << 1;
+    QTest::newRow("Start clicked twice while the account answers") << "twice" << 1;
+    QTest::newRow("Start then Return") << "start-return" << 1;
+    QTest::newRow("Start then closed before the answer") << "start-close" << 0;
+}
+
+void TstAerialSettingsFlyout::startsOnce()
+{
+    QFETCH(QString, gesture);
+    QFETCH(int, accepts);
     addPhoto();
     m_flyout->setDefaultGpsCoordSys(QStringLiteral("EPSG:32633"));
     m_flyout->show();
     QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
     QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
-    QTest::keyClicks(child<QLineEdit>("modelname_lineedit"), QStringLiteral("viaReturn"));
-    // Modified Return does nothing; plain Return on the dialog starts once.
+    QTest::keyClicks(child<QLineEdit>("modelname_lineedit"), QStringLiteral("once_") + gesture);
+    // Modified Return does nothing.
     QTest::keyClick(m_flyout.data(), Qt::Key_Return, Qt::ControlModifier);
     QVERIFY(KeelCore::waitForIdle());
     QCOMPARE(accepted.count(), 0);
-    QTest::keyClick(m_flyout.data(), Qt::Key_Return);
-    QVERIFY2(accepted.count() == 1 || accepted.wait(30000),
-             qPrintable(m_dialogs.isEmpty() ? QString() : m_dialogs.last().mainText + m_dialogs.last().secondaryText));
+    auto* start = child<QPushButton>("start_button");
+    if (gesture == QLatin1String("return"))
+        QTest::keyClick(m_flyout.data(), Qt::Key_Return);
+    else if (gesture == QLatin1String("enter"))
+        QTest::keyClick(m_flyout.data(), Qt::Key_Enter, Qt::KeypadModifier);
+    else {
+        QTest::mouseClick(start, Qt::LeftButton);
+        if (gesture == QLatin1String("twice"))
+            QTest::mouseClick(start, Qt::LeftButton);
+        else if (gesture == QLatin1String("start-return"))
+            QTest::keyClick(m_flyout.data(), Qt::Key_Return);
+        else
+            QTest::mouseClick(child<QToolButton>("close_toolButton"), Qt::LeftButton);
+    }
     QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(accepted.count(), 1);
-    QCOMPARE(m_flyout->getModelName(), QStringLiteral("viaReturn"));
+    QTRY_COMPARE(accepted.count(), accepts);
+    QVERIFY(KeelCore::waitForIdle());
+    QCOMPARE(accepted.count(), accepts);
+    if (accepts)
+        QCOMPARE(m_flyout->getModelName(), QStringLiteral("once_") + gesture);
 }
 
 void TstAerialSettingsFlyout::creditLineFromAccount_data()
