@@ -24,6 +24,7 @@ namespace {
 struct Extra {
     UnitCode unit = UnitCode::Unknown;
     std::string datum;
+    bool geographic = false; // a geographic (not geocentric) geodetic system
 };
 
 using ExtraMap = std::unordered_map<std::string, Extra>;
@@ -75,7 +76,8 @@ const char* const kAxisSql =
     " WHERE a.coordinate_system_order = 1";
 
 const char* const kGeodeticSql =
-    "SELECT g.auth_name, g.code, g.coordinate_system_auth_name, g.coordinate_system_code, d.name, g.text_definition"
+    "SELECT g.auth_name, g.code, g.coordinate_system_auth_name, g.coordinate_system_code, d.name, g.text_definition,"
+    " g.type"
     " FROM geodetic_crs g"
     " LEFT JOIN geodetic_datum d ON d.auth_name = g.datum_auth_name AND d.code = g.datum_code"
     " WHERE g.deprecated = 0";
@@ -124,6 +126,7 @@ bool readExtras(const char* dbPath, ExtraMap& extras, std::string* error)
         if (extra.unit == UnitCode::Unknown && sqlite3_column_type(stmt, 5) != SQLITE_NULL)
             extra.unit = CatalogueReader::unitFromWkt(text(stmt, 5));
         extra.datum = text(stmt, 4);
+        extra.geographic = sqlite3_column_count(stmt) > 6 && text(stmt, 6).rfind("geographic", 0) == 0;
         extras[keyOf(sqlite3_column_text(stmt, 0), sqlite3_column_text(stmt, 1))] = std::move(extra);
     };
     if (!query(db.get(), kGeodeticSql, horizontal, error) || !query(db.get(), kProjectedSql, horizontal, error))
@@ -310,6 +313,9 @@ Status CatalogueReader::readAll(Entries& shared, std::string* error)
         if (it != extras.end()) {
             entry.unit = it->second.unit;
             entry.datum = it->second.datum; // vertical systems have none
+            // A compound system is of the kind of its horizontal part.
+            if (info->type == PJ_TYPE_COMPOUND_CRS && it->second.geographic)
+                entry.type = TypeGeographic;
         }
         entries->push_back(std::move(entry));
     }

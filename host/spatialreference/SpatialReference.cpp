@@ -229,6 +229,10 @@ CoordinateReferenceSystemDefinition* CoordinateReferenceSystemDefinition::Create
     // Unit and datum come from the horizontal part of a compound system.
     PJ* horizontal = proj_get_type(crs) == PJ_TYPE_COMPOUND_CRS ? proj_crs_get_sub_crs(ctx, crs, 0) : nullptr;
     PJ* base = horizontal ? horizontal : crs;
+    // So does its kind: a geographic system with heights is geographic.
+    if (horizontal && entry.type == TypeProjected
+        && CatalogueReader::typeFromProj(proj_get_type(horizontal)) == TypeGeographic)
+        entry.type = TypeGeographic;
     if (PJ* cs = proj_crs_get_coordinate_system(ctx, base)) {
         const char* unitAuth = nullptr;
         const char* unitCode = nullptr;

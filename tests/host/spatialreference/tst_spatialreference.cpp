@@ -117,7 +117,8 @@ void TestSpatialReference::catalogueContents()
         {"EPSG:4978", UnitCode::Meter, TypeProjected},        // geocentric
         {"EPSG:4979", UnitCode::Degree, TypeGeographic},      // geographic 3D
         {"EPSG:5773", UnitCode::Meter, TypeOther},            // EGM96 height: vertical
-        {"EPSG:9707", UnitCode::Degree, TypeProjected},       // WGS 84 + EGM96 height: compound
+        {"EPSG:9707", UnitCode::Degree, TypeGeographic},      // WGS 84 + EGM96 height: geographic compound
+        {"EPSG:5972", UnitCode::Meter, TypeProjected},        // ETRS89 / UTM 32N + NN2000 height: projected compound
         {"EPSG:2056", UnitCode::Meter, TypeProjected},
         {"ESRI:53001", UnitCode::Meter, TypeProjected},       // stored as WKT text in the database
     };
