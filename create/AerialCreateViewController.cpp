@@ -95,6 +95,9 @@ void AerialCreateViewController::onLocalPhotosAdded(const QStringList& paths)
     const QStringList copy = paths;
     KeelCore::dispatchAsync(KeelCore::QosBackground, [self, copy] {
         for (const QString& path : copy) {
+            // A view closed meanwhile needs no answer: stop reading.
+            if (self.expired())
+                return;
             double lon = 0.0, lat = 0.0, alt = 0.0;
             if (readPhotoGpsPosition(path.toStdWString(), lon, lat, alt))
                 continue;

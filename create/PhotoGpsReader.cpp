@@ -209,7 +209,9 @@ bool readExifFromFile(const std::wstring& path, ExifGpsRecord& out)
 
     // A directory opens for reading on Linux and seeks to a meaningless size;
     // it is no more a readable photo than a file we may not open.
-    if (status.type() == boost::filesystem::directory_file) {
+    // So is anything but a regular file: opening a FIFO named like a photo
+    // would block until something writes to it.
+    if (status.type() != boost::filesystem::regular_file) {
         std::fputs("Can't open file.\n", stdout);
         return false;
     }

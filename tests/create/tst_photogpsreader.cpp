@@ -16,6 +16,7 @@
 #include <cstring>
 #include <random>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <sys/un.h>
 #include <unistd.h>
 
@@ -119,6 +120,7 @@ private slots:
     void corruptedBytesNeverCrashTheParser();
     void nonJpegAndJpegWithoutExif();
     void directoryIsReportedAsUnopenable();
+    void fifoIsNotWaitedFor();
     void socketIsReportedAsUnopenable();
     void shortReadIsReported();
     void sizelessProcFileFailsQuietly();
@@ -461,6 +463,17 @@ void TestPhotoGpsReader::directoryIsReportedAsUnopenable()
     ExifGpsRecord rec;
     StdoutCapture out;
     QVERIFY(!readExifFromFile(wide(m_northEast), rec));
+    QCOMPARE(out.finish(), QByteArray("Can't open file.\n"));
+}
+
+void TestPhotoGpsReader::fifoIsNotWaitedFor()
+{
+    // Opening a FIFO named like a photo would block until someone writes.
+    const QByteArray path = QFile::encodeName(m_tmp.filePath(QStringLiteral("x.jpg")));
+    QVERIFY(::mkfifo(path.constData(), 0600) == 0);
+    ExifGpsRecord rec;
+    StdoutCapture out;
+    QVERIFY(!readExifFromFile(wide(QString::fromLocal8Bit(path)), rec));
     QCOMPARE(out.finish(), QByteArray("Can't open file.\n"));
 }
 

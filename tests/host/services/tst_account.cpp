@@ -12,6 +12,8 @@
 #include <QThread>
 #include <QtTest>
 
+#include <atomic>
+
 #include <climits>
 
 using namespace Zyn::Services;
@@ -99,8 +101,9 @@ private slots:
 
     void answersArriveLaterOnAWorkerThread()
     {
-        bool arrived = false;
-        QThread* thread = nullptr;
+        // Written by a worker while this thread looks: atomics, not plain values.
+        std::atomic<bool> arrived{false};
+        std::atomic<QThread*> thread{nullptr};
         EntitlementService::GetInstance()->getEntitlementType([&](int) {
             thread = QThread::currentThread();
             arrived = true;
