@@ -5,6 +5,7 @@
 
 #include <QHash>
 #include <QHeaderView>
+#include <QTimer>
 #include <QKeyEvent>
 #include <QProgressBar>
 #include <QScrollBar>
@@ -695,6 +696,17 @@ bool CoordSysDialog::isIdValid(const QString& code) const
         if (item && item->text() == code)
             return true;
     }
+    // A catalogue closed while it loaded is empty; the code on display is
+    // still as valid as the spatial-reference library says.
+    if (m_loading || table->rowCount() <= 1) {
+        namespace SR = SpatialReference;
+        SR::CoordinateReferenceSystemDefinition* d = SR::CoordinateReferenceSystemDefinition::Create(code);
+        if (!d)
+            return false;
+        const int type = d->type();
+        d->Destroy();
+        return type != SR::TypeOther && (m_input || type != SR::TypeGeographic);
+    }
     return false;
 }
 
@@ -786,6 +798,9 @@ void CoordSysDialog::showEvent(QShowEvent* event)
         table->scrollToTop();
         ui->txtbox_search->clear();
         ui->txtbox_search->setFocus();
+        // An error of a load made before the dialog was first shown.
+        if (!m_pendingErrorMain.isEmpty())
+            QTimer::singleShot(0, this, &CoordSysDialog::showPendingError);
     } else {
         m_cancelRequested = false;
         // A load cancelled by closing the dialog left an empty catalogue.

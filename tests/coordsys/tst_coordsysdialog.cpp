@@ -376,6 +376,10 @@ private slots:
         QVERIFY(searchOf(dialog)->isEnabled());
         SpatialReference::UnitCode unit = SpatialReference::UnitCode::Unknown;
         QVERIFY(!dialog.findUnitCode(unit, QStringLiteral("Meter"))); // the half-read unit map is dropped
+        // A target code on display stays valid; a geographic one never was.
+        QVERIFY(dialog.isIdValid(QStringLiteral("EPSG:32633")));
+        QVERIFY(!dialog.isIdValid(QStringLiteral("EPSG:4326")));
+        QVERIFY(!dialog.isIdValid(QStringLiteral("EPSG:999999")));
 
         // The next showing reads the catalogue afresh.
         QSignalSpy finished(&dialog, &CoordSysDialog::loadFinished);
