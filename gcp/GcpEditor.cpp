@@ -37,7 +37,10 @@ GcpEditor::GcpEditor(QWidget* parent)
     setStyleSheet(QStringLiteral("QWidget:disabled { color: #808080; background-color: #F0F0F0; }"
                                  "QToolButton { border: none; image: url(:/resources/images/sys_close_18.png); }"
                                  "QToolButton:hover { image: url(:/resources/images/sys_close_hover_18.png); }"));
-    ui->button_closeview->hide(); // the panel's own bar has the back button
+    // The host's panel bar has the back and close buttons and the title.
+    ui->button_closeview->hide();
+    ui->dragbar->hide();
+    ui->button_close->hide();
 
     GcpInfoEditor* table = ui->gcpInfoEditor;
     MarkerEditor* markers = table->markerEditor();

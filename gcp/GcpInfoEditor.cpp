@@ -4,6 +4,7 @@
 #include <coordsys/CoordSysDialog.h>
 #include <gcp/MarkerEditor.h>
 #include <gcp/model/GcpColor.h>
+#include <gcp/model/GcpListFile.h>
 #include <gcp/model/GcpPasteFlow.h>
 #include <gcp/model/SurveyAutosave.h>
 #include <gcp/model/SurveyFileFlow.h>
@@ -12,6 +13,7 @@
 #include <gis/Gis.h>
 #include <maps/MapsViewController.h>
 #include <spatialreference/SpatialReference.h>
+#include <uibase/FileDialog.h>
 #include <uibase/QtUiToolkit.h>
 #include <uitoolkit/LxMagnifyingGlass.h>
 #include <utilities/ResourceStrings.h>
@@ -20,6 +22,10 @@
 #include <QApplication>
 #include <QClipboard>
 #include <QContextMenuEvent>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSaveFile>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLocale>
@@ -105,6 +111,7 @@ GcpInfoEditor::GcpInfoEditor(QWidget* parent)
     ui->magnifyingGlass->setLock(true);
     ui->magnifyingGlass->setShowCustomText(true);
     ui->frame_mg->hide();
+    ui->verticalLayout_right->setStretch(1, 1);
     ui->save_button->setEnabled(false);
     ui->photoMapView->setCurrentIndex(0);
     ui->filter_swidget->setCurrentIndex(0);
@@ -121,6 +128,8 @@ GcpInfoEditor::GcpInfoEditor(QWidget* parent)
     MarkerEditor* markers = ui->marker_editor;
     markers->setCoordSys(m_coordSys);
     markers->setCoordsTemplate(m_coordsTemplate);
+    // The table has the filter box and Done; the marker editor's stay hidden.
+    markers->setEmbedded(true);
     markers->setMarkerMap(&m_markers);
     markers->setGcpMap(&m_gcps);
     connect(markers, &MarkerEditor::markerAdded, this, &GcpInfoEditor::onMarkerAdded);
@@ -230,7 +239,11 @@ QString GcpInfoEditor::axisShortName(const QString& axisName)
 QString GcpInfoEditor::formatCoord(double value, bool geographic)
 {
     // Enough decimals for a millimetre, or for 1e-9 degree; no trailing zeros.
-    static const QLocale locale = QLocale::system();
+    static const QLocale locale = [] {
+        QLocale l = QLocale::system();
+        l.setNumberOptions(QLocale::OmitGroupSeparator);
+        return l;
+    }();
     QString text = locale.toString(value, 'f', geographic ? 9 : 4);
     const QString point = locale.decimalPoint();
     if (text.contains(point)) {
@@ -700,22 +713,63 @@ void GcpInfoEditor::on_button_done_clicked()
 
 void GcpInfoEditor::on_save_button_clicked()
 {
-    const SurveyFileResult result = SurveyFileFlow::save(this, m_markers, m_gcps, m_coordSys);
-    SurveyFileFlow::reportSaveFailure(this, result);
+    const QString chosen = UiBase::FileDialog::getSaveFileName(this, tr("Save File As"), SurveyFileFlow::lastDirectory(),
+                                                               SurveyFileFlow::fileFilter() + QStringLiteral(";;*.txt"));
+    if (chosen.isEmpty())
+        return;
+    if (!chosen.endsWith(QLatin1String(".txt"), Qt::CaseInsensitive)) {
+        SurveyFileFlow::reportSaveFailure(
+            this, SurveyFileFlow::writeFile(normalizeSurveySavePath(chosen), m_markers, m_gcps, m_coordSys, false));
+        return;
+    }
+    // The engines' lists: control points in the chosen file, checkpoints
+    // beside it in checkpoint_list.txt.
+    const GcpListFiles lists = GcpListFile::format(gcpsInTableOrder(), m_markers, m_coordSys);
+    QString error = lists.error;
+    const QString checkpoints = QFileInfo(chosen).dir().filePath(QStringLiteral("checkpoint_list.txt"));
+    for (const auto& file : {qMakePair(chosen, lists.controlPoints), qMakePair(checkpoints, lists.checkpoints)}) {
+        if (!error.isEmpty() || (file.first == checkpoints && file.second.count('\n') <= 1))
+            continue;
+        QSaveFile out(file.first);
+        if (!out.open(QIODevice::WriteOnly) || out.write(file.second) != file.second.size() || !out.commit())
+            error = tr("could not write %1: %2").arg(QDir::toNativeSeparators(file.first), out.errorString());
+    }
+    if (!error.isEmpty())
+        UiBase::TaskDialog::showErrorMessage(this, tr("The survey file could not be saved."), error);
 }
 
 void GcpInfoEditor::on_load_button_clicked()
 {
     const SurveyLoadResult result = SurveyFileFlow::load(this);
+    if (result.ok() && result.path.endsWith(QLatin1String(".txt"), Qt::CaseInsensitive)) {
+        QFile file(result.path);
+        const GcpListParse list = file.open(QIODevice::ReadOnly) ? GcpListFile::parse(QString::fromUtf8(file.readAll()))
+                                                                 : GcpListParse();
+        if (!list.recognized) {
+            UiBase::TaskDialog::showErrorMessage(this, tr("The file is not a list of ground control points."),
+                                                 tr("Expected rows of \"x y z pixel_x pixel_y image_name point_name\" in %1.")
+                                                     .arg(QDir::toNativeSeparators(result.path)));
+            return;
+        }
+        setSurvey({}, {}, AppCreate::GcpCoordSysInfo());
+        importPoints(list.gcps, list.markersByName, list.systemCode, list.systemText);
+        return;
+    }
     if (result.status == SurveyFileResult::Failed) {
         SurveyFileFlow::reportLoadFailure(this, result);
         return;
     }
     if (!result.ok())
         return;
-    MarkerMap markers = markersByName(result.gcps, result.markers);
+    GcpList gcps = result.gcps;
+    // Points sharing a name keep their own markers: the later ones are renamed.
+    const QStringList renamed = makeNamesUnique(gcps);
+    MarkerMap markers = markersByName(gcps, result.markers);
     const QStringList unmatched = attachMarkersToPhotos(markers, ui->marker_editor->thumbnails()->files());
-    setSurvey(result.gcps, markers, result.coordSys);
+    setSurvey(gcps, markers, result.coordSys);
+    if (!renamed.isEmpty())
+        UiBase::TaskDialog::showWarningMessage(
+            this, QString(Resource::String::GCP_DUPLICATE_NAMES_MSG_FORMAT).arg(renamed.join(QStringLiteral(", "))));
     if (!unmatched.isEmpty())
         UiBase::TaskDialog::showWarningMessage(
             this, tr("Some markers are on photos that are not in this project"),
@@ -791,7 +845,32 @@ void GcpInfoEditor::onContextMenuPasteTriggered()
     const PasteOutcome outcome = GcpPasteFlow::paste(text, {}, tableNames(), this);
     if (outcome.gcps.isEmpty())
         return;
-    addGcps(outcome.gcps);
+    importPoints(outcome.gcps, outcome.markersByName, outcome.systemCode, outcome.systemText);
+}
+
+void GcpInfoEditor::importPoints(const GcpList& gcps, MarkerMap markers, const QString& systemCode,
+                                 const QString& systemText)
+{
+    // A list that names its system brings the table to it when the table is empty.
+    if (!systemCode.isEmpty() && systemCode != m_coordSys.code) {
+        const AppCreate::GcpCoordSysInfo named = GcpListFile::coordSysOf(systemCode);
+        if (named.isValid() && m_gcps.isEmpty())
+            setCoordSys(named);
+        else if (named.isValid())
+            UiBase::TaskDialog::showWarningMessage(
+                this, tr("The points are in %1; the table is in %2.").arg(named.description, m_coordSys.description),
+                tr("Choose the coordinate system of the points above the table if they are not in the table's."));
+    } else if (systemCode.isEmpty() && !systemText.isEmpty()) {
+        UiBase::TaskDialog::showWarningMessage(
+            this, tr("The coordinate system \"%1\" of the points is not known.").arg(systemText),
+            tr("The points are read in the table's coordinate system, %1.").arg(m_coordSys.description));
+    }
+    const QStringList unmatched = attachMarkersToPhotos(markers, ui->marker_editor->thumbnails()->files());
+    addGcps(gcps, markers);
+    if (!unmatched.isEmpty())
+        UiBase::TaskDialog::showWarningMessage(
+            this, tr("Some markers are on photos that are not in this project"),
+            tr("They are kept and marked as errors until you place them again: %1").arg(unmatched.join(QStringLiteral(", "))));
 }
 
 void GcpInfoEditor::onCustomContextMenuRequested(const QPoint& pos)

@@ -123,6 +123,7 @@ private:
     friend class GcpInfoEditorTest;
 
     void connectItemChanged(bool on);
+    void importPoints(const GcpList& gcps, MarkerMap markers, const QString& systemCode, const QString& systemText);
     void rebuildHeaders();
     void rebuildRows(const QStringList& order);
     void appendRow(const GcpInfo& gcp);

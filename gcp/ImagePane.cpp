@@ -7,6 +7,8 @@
 #include <QMouseEvent>
 #include <QPainter>
 
+#include <algorithm>
+
 namespace Zyn {
 namespace AppGcp {
 
@@ -268,18 +270,31 @@ void ImagePane::placeMagnifier()
     // Beside the marker, never over it, and inside the pane.
     const QPoint at = m_marker->Position();
     const QSize size = m_glass->size();
+    // To the right it also clears the marker's name.
+    const int right = m_marker->geometry().right() - at.x() + 8;
     const QList<QPoint> candidates = {
-        at + QPoint(kMagnifierGap, -kMagnifierGap - size.height()),
-        at + QPoint(-kMagnifierGap - size.width(), -kMagnifierGap - size.height()),
-        at + QPoint(kMagnifierGap, kMagnifierGap),
-        at + QPoint(-kMagnifierGap - size.width(), kMagnifierGap),
+        at + QPoint(right, -size.height() / 2),
+        at + QPoint(-kMagnifierGap - size.width(), -size.height() / 2),
+        at + QPoint(-size.width() / 2, kMagnifierGap),
+        at + QPoint(-size.width() / 2, -kMagnifierGap - size.height()),
     };
+    // The first that fits; in a small pane, the one hiding least of the
+    // marker and its name once kept inside.
     QPoint chosen = candidates.first();
+    qint64 bestHidden = -1;
     for (const QPoint& c : candidates) {
-        if (rect().contains(QRect(c, size))) {
+        const QRect inside(QPoint(std::clamp(c.x(), 0, std::max(0, width() - size.width())),
+                                  std::clamp(c.y(), 0, std::max(0, height() - size.height()))),
+                           size);
+        const QRect hidden = QRect(m_glass->VisualPos() - m_glass->pos() + inside.topLeft(), m_glass->VisualSize())
+                                 .intersected(m_marker->geometry());
+        const qint64 area = hidden.isEmpty() ? 0 : qint64(hidden.width()) * hidden.height();
+        if (bestHidden < 0 || area < bestHidden) {
+            bestHidden = area;
             chosen = c;
-            break;
         }
+        if (area == 0 && inside.topLeft() == c)
+            break;
     }
     m_glass->moveInside(chosen);
     m_glass->show();
@@ -351,6 +366,8 @@ void ImagePane::onPixelDeleting(bool deleting)
 void ImagePane::resizeEvent(QResizeEvent* event)
 {
     ZoomableImgWidget::resizeEvent(event);
+    // A third of the pane at most, so the loupe never hides most of the photo.
+    m_glass->SetRadius(std::clamp(std::min(width(), height()) / 3, 60, 135));
     followView();
 }
 

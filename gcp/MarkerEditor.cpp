@@ -44,9 +44,12 @@ MarkerEditor::MarkerEditor(QWidget* parent)
     ui->button_browse->setStyleSheet(
         QStringLiteral("QPushButton { color: white; background-color: #5383B5; border: none; padding: 6px 18px; }"
                        "QPushButton:disabled { color: #D8E2EE; background-color: #98B2CE; }"));
-    for (QWidget* w : {static_cast<QWidget*>(ui->frame_filter), static_cast<QWidget*>(ui->frame_gcp),
-                       static_cast<QWidget*>(ui->frame_buttons), static_cast<QWidget*>(ui->frame_nav),
-                       static_cast<QWidget*>(ui->button_browse)})
+    // Shadows go on widgets with a background of their own; on bare frames
+    // they would blur the text and icons inside.
+    ui->frame_nav->setStyleSheet(QStringLiteral("QFrame#frame_nav { background: white; border-radius: 4px; }"));
+    for (QWidget* w : {static_cast<QWidget*>(ui->button_browse), static_cast<QWidget*>(ui->button_back),
+                       static_cast<QWidget*>(ui->button_delete_marker), static_cast<QWidget*>(ui->button_done),
+                       static_cast<QWidget*>(ui->frame_nav)})
         addShadow(w);
 
     ImagePane* pane = ui->pane_image;
@@ -156,6 +159,13 @@ QStringList MarkerEditor::markedImages() const
     for (const GcpMarker& marker : markersOfSelected())
         images << marker.image;
     return images;
+}
+
+void MarkerEditor::setEmbedded(bool embedded)
+{
+    m_showFilterWithHint = !embedded;
+    ui->checkBox_filterByGps->setVisible(!embedded && m_noMarker);
+    ui->frame_done->setVisible(!embedded);
 }
 
 void MarkerEditor::setBrowseHint(const QString& hint, bool show, bool noMarker)
@@ -285,11 +295,12 @@ void MarkerEditor::updateGcpLabels()
     if (m_gcps && m_gcps->contains(m_gcpName) && !m_coordsTemplate.isEmpty()) {
         const GcpInfo gcp = m_gcps->value(m_gcpName);
         coords = m_coordsTemplate;
-        coords = coords.arg(QLocale::system().toString(gcp.coord1, 'f', Tarn::GIS::isPolarCS(m_coordSys.code) ? 8 : 3),
-                            QLocale::system().toString(gcp.coord2, 'f', Tarn::GIS::isPolarCS(m_coordSys.code) ? 8 : 3),
-                            QLocale::system().toString(gcp.coord3, 'f', 3));
+        coords = coords.arg(QString::number(gcp.coord1, 'f', Tarn::GIS::isPolarCS(m_coordSys.code) ? 8 : 3),
+                            QString::number(gcp.coord2, 'f', Tarn::GIS::isPolarCS(m_coordSys.code) ? 8 : 3),
+                            QString::number(gcp.coord3, 'f', 3));
     }
     ui->label_gcp_coords->setText(coords);
+    ui->label_gcp_coords->setToolTip(coords);
     ui->label_gcp_info->show();
     ui->label_gcp_coords->show();
 }

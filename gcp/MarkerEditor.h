@@ -52,6 +52,8 @@ public:
     void cancelFiltering();
     bool isShowingThumbnails() const;
     void setBrowseMarkedImagesOnly(bool on) { m_browseMarkedOnly = on; }
+    // Inside the survey table's panel, which has its own filter box and Done.
+    void setEmbedded(bool embedded);
     bool browseMarkedImagesOnly() const { return m_browseMarkedOnly; }
     // Images to step through, and the position of the open one in it.
     QStringList navigationList() const;

@@ -32,9 +32,9 @@ convert -size 18x18 xc:none -fill '#E1E7EE' -stroke none -draw "roundrectangle 0
 
 # Photo navigation: previous and next.
 convert -size 20x20 xc:none -stroke '#404040' -strokewidth 2.5 -fill none \
-  -draw "polyline 13,3 6,10 13,17" "$out/sys_prev_image.png"
+  -draw "polyline 13,3 6,10 13,17" "PNG32:$out/sys_prev_image.png"
 convert -size 20x20 xc:none -stroke '#404040' -strokewidth 2.5 -fill none \
-  -draw "polyline 7,3 14,10 7,17" "$out/sys_next_image.png"
+  -draw "polyline 7,3 14,10 7,17" "PNG32:$out/sys_next_image.png"
 
 # Placing cursor: a thin cross with a gap, hot spot at its centre (15, 15).
 mkdir -p "$out/Cursors"

@@ -79,5 +79,32 @@ GcpMap gcpMapByName(const GcpList& gcps)
     return map;
 }
 
+QStringList makeNamesUnique(GcpList& gcps)
+{
+    QSet<QString> taken;
+    for (const GcpInfo& gcp : gcps)
+        taken.insert(gcp.name.toCaseFolded());
+    QSet<QString> seen;
+    QStringList renamed;
+    for (GcpInfo& gcp : gcps) {
+        const QString key = gcp.name.toCaseFolded();
+        if (!seen.contains(key)) {
+            seen.insert(key);
+            continue;
+        }
+        QString candidate;
+        for (int n = 2;; ++n) {
+            candidate = QStringLiteral("%1 (%2)").arg(gcp.name).arg(n);
+            if (!taken.contains(candidate.toCaseFolded()))
+                break;
+        }
+        renamed << QStringLiteral("%1 -> %2").arg(gcp.name, candidate);
+        gcp.name = candidate;
+        taken.insert(candidate.toCaseFolded());
+        seen.insert(candidate.toCaseFolded());
+    }
+    return renamed;
+}
+
 } // namespace AppGcp
 } // namespace Zyn

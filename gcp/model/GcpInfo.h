@@ -65,6 +65,11 @@ private:
     int m_next = 1;
 };
 
+// Renames the later of points that share a name (without regard to case),
+// "A" to "A (2)" and so on, so that no two points merge; answers
+// "old -> new" for each rename.
+QStringList makeNamesUnique(GcpList& gcps);
+
 // Regroups markers keyed by GCP id into markers keyed by GCP name, the form
 // the survey writer expects. Markers of ids not in `gcps` are dropped.
 MarkerMap markersByName(const GcpList& gcps, const MarkerMap& markersById);

@@ -1,5 +1,9 @@
 #include "GcpPasteFlow.h"
 
+#include "GcpListFile.h"
+
+#include <algorithm>
+
 #include <uibase/TaskDialog.h>
 
 #include <QSet>
@@ -17,9 +21,16 @@ PasteOutcome GcpPasteFlow::paste(const QString& text, const QList<ColumnRole>& c
     formatter.setExistingNames(existingNames);
 
     GcpList parsed;
+    const GcpListParse engineList = GcpListFile::parse(text);
+    if (engineList.recognized) {
+        parsed = engineList.gcps;
+        outcome.markersByName = engineList.markersByName;
+        outcome.systemCode = engineList.systemCode;
+        outcome.systemText = engineList.systemText;
+    }
     // Each answer sets one flag, so the loop ends after at most three rounds;
     // the bound keeps a misbehaving parse from asking forever.
-    for (int round = 0; round < 4; ++round) {
+    for (int round = 0; round < 4 && !engineList.recognized; ++round) {
         if (formatter.parse(parsed, outcome.status))
             break;
         const ParseStatus& status = outcome.status;
@@ -81,6 +92,11 @@ PasteOutcome GcpPasteFlow::paste(const QString& text, const QList<ColumnRole>& c
         }
         taken.insert(key);
         outcome.gcps.append(gcp);
+    }
+    for (auto it = outcome.markersByName.begin(); it != outcome.markersByName.end();) {
+        const bool kept = std::any_of(outcome.gcps.cbegin(), outcome.gcps.cend(),
+                                      [&it](const GcpInfo& gcp) { return gcp.name == it.key(); });
+        it = kept ? std::next(it) : outcome.markersByName.erase(it);
     }
     if (outcome.skippedExisting > 0)
         TaskDialog::showWarningMessage(parent, tr("The GCPs whose names already exist in the table will be skipped."));

@@ -14,6 +14,11 @@ struct PasteOutcome {
     int skippedExisting = 0; // records dropped because their name was taken
     bool cancelled = false;  // the user stopped, or nothing could be pasted
     ParseStatus status;      // the last parse status
+    // Text in the processing engines' layout brings markers (images by file
+    // name) and may name its coordinate system.
+    MarkerMap markersByName;
+    QString systemCode;
+    QString systemText;
 };
 
 // The GCP table's paste step: parses the text, asks the user through task

@@ -179,8 +179,9 @@ SurveyAutosave::Restored SurveyAutosave::restore()
     restored.found = true;
     restored.from = source;
     restored.gcps = loaded.gcps;
+    makeNamesUnique(restored.gcps);
     restored.coordSys = loaded.coordSys;
-    restored.markersByName = markersByName(loaded.gcps, loaded.markers);
+    restored.markersByName = markersByName(restored.gcps, loaded.markers);
     attachMarkersToPhotos(restored.markersByName, m_photos);
     return restored;
 }

@@ -114,7 +114,8 @@ SurveyFileResult SurveyFileFlow::writeFile(const QString& path, const MarkerMap&
 SurveyLoadResult SurveyFileFlow::load(QWidget* parent)
 {
     const QString chosen = UiBase::FileDialog::getOpenFileName(
-        parent, Resource::String::OPEN_FILE_DIALOG_TITLE, lastDirectory(), fileFilter());
+        parent, Resource::String::OPEN_FILE_DIALOG_TITLE, lastDirectory(),
+        fileFilter() + QStringLiteral(";;*.txt"));
     if (chosen.isEmpty())
         return SurveyLoadResult{};
     setLastDirectory(QFileInfo(chosen).absolutePath());

@@ -78,7 +78,7 @@ constexpr ResourceText GCP_AUTOSAVE_DAMAGED_MSG_FORMAT{
     true};
 constexpr ResourceText GCP_DUPLICATE_NAMES_MSG_FORMAT{
     QT_TRANSLATE_NOOP("Zyn::Resource::String",
-                      "Some points had names already in the table and were renamed: %1"),
+                      "Some points shared a name with another point; each keeps its own markers under a new name: %1"),
     true};
 
 } // namespace String

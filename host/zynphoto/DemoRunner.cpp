@@ -1,5 +1,6 @@
 #include "DemoRunner.h"
 
+#include "GcpWalk.h"
 #include "MainWindow.h"
 
 #include <appcreate/CreateViewController.h>
@@ -50,10 +51,23 @@ void DemoRunner::start()
         finish(1, QStringLiteral("demo: cannot create the screenshot folder %1").arg(m_out.absolutePath()));
         return;
     }
+    // The walk's projects (and the survey it saves) stay beside its
+    // screenshots, never among the user's.
+    const QString projects = m_out.absoluteFilePath(QStringLiteral("projects"));
+    QDir(projects).removeRecursively();
+    qputenv("ZYN_PROJECTS_DIR", QFile::encodeName(projects));
     // Nothing in the walk may wait for a person at a file dialog.
     UiBase::FileDialog::setHandler([](const UiBase::FileDialog::Request&) { return QStringList(); });
     // A hard limit over everything, whatever a step does.
-    QTimer::singleShot(240000, this, [this] { finish(1, QStringLiteral("demo: gave up after 240 s")); });
+    QTimer::singleShot(240000, this, [this] {
+        // What was on screen when it stuck says why.
+        QList<QWidget*> windows;
+        for (QWidget* w : QApplication::topLevelWidgets())
+            if (w != m_window && w->isVisible())
+                windows << w;
+        save(grabWithWindows(windows), QStringLiteral("stuck.png"));
+        finish(1, QStringLiteral("demo: gave up after 240 s"));
+    });
     m_window->show();
     waitFor([this] { return m_window && m_window->isVisible(); }, 10000,
             QStringLiteral("the main window did not appear"), [this] {
@@ -144,12 +158,16 @@ void DemoRunner::openCreateView()
                       QStringLiteral("--lat"), QStringLiteral("46.5480"), QStringLiteral("--lon"),
                       QStringLiteral("7.9820"), QStringLiteral("--alt"), QStringLiteral("120"),
                       QStringLiteral("--width"), QStringLiteral("1600"), QStringLiteral("--height"),
-                      QStringLiteral("1200"), QStringLiteral("--zero-gps"), QStringLiteral("2")});
+                      QStringLiteral("1200"), QStringLiteral("--zero-gps"), QStringLiteral("2"),
+                      QStringLiteral("--gcps"), QStringLiteral("3"), QStringLiteral("--target-size"),
+                      QStringLiteral("3")});
     if (!make.waitForFinished(120000) || make.exitStatus() != QProcess::NormalExit || make.exitCode() != 0) {
         make.kill();
         finish(1, QStringLiteral("demo: %1 failed: %2").arg(tool, make.errorString()));
         return;
     }
+
+    GcpWalk::prepare(m_photoDir);
 
     command->trigger();
     waitFor(
@@ -211,9 +229,22 @@ void DemoRunner::shootFlyout()
                 return;
             }
             save(grabWithWindows({canvas->getFlyout()}), QStringLiteral("03-settings-flyout-utm-zone.png"));
-            finish(m_failures ? 1 : 0);
+            canvas->getFlyout()->reject();
+            walkSurveyPoints();
         });
     });
+}
+
+void DemoRunner::walkSurveyPoints()
+{
+    auto* walk = new GcpWalk(
+        m_create, m_window, m_photoDir,
+        [this](const GcpWalk::Condition& c, int ms, const QString& why, const GcpWalk::Step& next) {
+            waitFor(c, ms, why, next);
+        },
+        [this](const QPixmap& shot, const QString& name) { return save(shot, name); },
+        [this] { finish(m_failures ? 1 : 0); }, this);
+    walk->start();
 }
 
 QString DemoRunner::findPhotoTool() const

@@ -20,8 +20,8 @@ namespace Host {
 class MainWindow;
 
 // The scripted walk of --demo: screenshots of the dashboard, of the aerial
-// create view with its GPS warning, and of the settings flyout with the
-// proposed UTM zone. Each step waits for what it needs with a time limit;
+// create view with its GPS warning, of the settings flyout with the
+// proposed UTM zone, and of the survey points placed on a photo. Each step waits for what it needs with a time limit;
 // a missing plug-in or tool is reported and the steps that need it are
 // skipped. finished(exitCode) ends the walk.
 class DemoRunner : public QObject {
@@ -49,6 +49,7 @@ private:
     void openCreateView();
     void addPhotos();
     void shootFlyout();
+    void walkSurveyPoints();
     void finish(int code, const QString& message = QString());
 
     QString findPhotoTool() const;

@@ -11,12 +11,18 @@
 #include <gcp/GcpEditor.h>
 #include <gcp/GcpInfoEditor.h>
 #include <gcp/GcpViewController.h>
+#include <gcp/ImagePane.h>
+#include <gcp/MarkerEditor.h>
 #include <gcp/model/SurveyAutosave.h>
 #include <keelcore/Dispatch.h>
 #include <uibase/BaseView.h>
 #include <uibase/TaskDialog.h>
 
 #include <TestPhotos.h>
+#include <support/TestSupport.h>
+
+#include <QClipboard>
+#include <cmath>
 
 #include <QDir>
 #include <QSettings>
@@ -182,6 +188,69 @@ private slots:
         QFile kept(QFileInfo(path).absoluteDir().filePath(aside.first()));
         QVERIFY(kept.open(QIODevice::ReadOnly));
         QCOMPARE(kept.readAll(), QByteArray("<survey><gcp name=\"A\""));
+    }
+
+    // A surveyor's job on a generated flight: the surveyed coordinates
+    // pasted, each target clicked at its true pixel, the list for processing
+    // written with the truth.
+    void truthInTrueListOut()
+    {
+        QTemporaryDir flight;
+        const QStringList photos = Zyn::TestSupport::makeDronePhotos(
+            flight.path(), {QStringLiteral("--count"), QStringLiteral("20"), QStringLiteral("--lat"),
+                            QStringLiteral("47.07"), QStringLiteral("--lon"), QStringLiteral("15.44"),
+                            QStringLiteral("--alt"), QStringLiteral("450"), QStringLiteral("--agl"),
+                            QStringLiteral("100"), QStringLiteral("--width"), QStringLiteral("640"),
+                            QStringLiteral("--height"), QStringLiteral("427"), QStringLiteral("--gcps"),
+                            QStringLiteral("3"), QStringLiteral("--target-size"), QStringLiteral("8")});
+        QCOMPARE(photos.size(), 20);
+        auto read = [&](const QString& name) {
+            QFile f(QDir(flight.path()).filePath(name));
+            return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
+        };
+        GcpEditor editor;
+        editor.resize(1400, 900);
+        editor.show();
+        editor.setFiles(photos);
+        const QString code = read(QStringLiteral("gcp_truth_crs.txt")).trimmed();
+        editor.gcpInfoEditor()->setCoordSys(GcpCoordSysInfo(code, code, code.mid(5), 1, QStringLiteral("WGS 84"), 0));
+        QApplication::clipboard()->setText(read(QStringLiteral("gcp_truth.txt")));
+        editor.gcpInfoEditor()->onContextMenuPasteTriggered();
+        QCOMPARE(editor.gcpInfoEditor()->gcps().size(), 3);
+
+        MarkerEditor* marking = editor.gcpInfoEditor()->markerEditor();
+        QMap<QString, QString> expected; // "point image" -> pixel
+        const QStringList rows = read(QStringLiteral("gcp_pixels.csv")).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(1);
+        for (const QString& row : rows) {
+            const QStringList f = row.split(QLatin1Char(','));
+            const QPoint pixel(int(std::floor(f.at(2).toDouble())), int(std::floor(f.at(3).toDouble())));
+            editor.gcpInfoEditor()->selectGcp(f.at(1));
+            marking->openImage(QDir(flight.path()).filePath(f.at(0)));
+            ImagePane* pane = marking->imagePane();
+            QTRY_VERIFY(pane->isFullResolution());
+            pane->centreOn(QPointF(pixel), pane->closeScale());
+            QTest::mouseClick(pane, Qt::LeftButton, Qt::NoModifier, pane->getLocalPoint(pixel));
+            expected.insert(f.at(1) + QLatin1Char(' ') + f.at(0), QStringLiteral("%1 %2").arg(pixel.x()).arg(pixel.y()));
+            QTest::keyClick(pane, Qt::Key_Escape);
+        }
+        for (const QString& name : editor.gcpInfoEditor()->gcps().keys())
+            QVERIFY2(!editor.status().value(name).contains(1), qPrintable(name));
+
+        Zyn::AppCreate::ProjectRequest request;
+        QString error;
+        QVERIFY2(editor.prepareHandOff(request, &error), qPrintable(error));
+        const QStringList list = QString::fromUtf8(request.files.value(QStringLiteral("gcp_list.txt"))).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QCOMPARE(list.first(), code);
+        QCOMPARE(list.size() - 1, expected.size());
+        const QStringList truth = read(QStringLiteral("gcp_truth.txt")).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        for (const QString& line : list.mid(1)) {
+            const QStringList f = line.split(QLatin1Char(' '));
+            QCOMPARE(expected.value(f.at(6) + QLatin1Char(' ') + f.at(5)), f.at(3) + QLatin1Char(' ') + f.at(4));
+            const QStringList t = truth.filter(f.at(6) + QLatin1Char('\t')).value(0).split(QLatin1Char('\t'));
+            QCOMPARE(f.at(0).toDouble(), t.value(1).toDouble());
+            QCOMPARE(f.at(1).toDouble(), t.value(2).toDouble());
+            QCOMPARE(f.at(2).toDouble(), t.value(3).toDouble());
+        }
     }
 
 private:

@@ -117,6 +117,9 @@ private slots:
         QTest::mouseClick(m_pane, Qt::LeftButton, Qt::NoModifier, bound.center() - QPoint(100, 0));
         QTest::mouseClick(m_pane, Qt::LeftButton, Qt::NoModifier, bound.center());
         QCOMPARE(m_markers.value(QStringLiteral("A")).size(), 1);
+        // Its name beside it, not under the magnifier.
+        const QRect named = m_pane->currentMarker()->geometry();
+        QVERIFY(!m_pane->magnifier()->geometry().adjusted(14, 14, -14, -14).intersects(named));
         const QPoint pixel = m_pane->getSourcePoint(bound.center());
         QCOMPARE(m_markers.value(QStringLiteral("A")).first().pixel, pixel);
         // Another point's marker is there, named and locked.

@@ -3,6 +3,9 @@
 
 #include <make_drone_photos/AerialTexture.h>
 #include <make_drone_photos/ExifWriter.h>
+#include <make_drone_photos/SurveyTargets.h>
+
+#include <gis/Gis.h>
 #include <make_drone_photos/FlightPlan.h>
 
 #include <QBuffer>
@@ -19,6 +22,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <functional>
 #include <cmath>
 #include <cstdio>
 #include <mutex>
@@ -42,7 +46,42 @@ struct Options
     std::uint32_t seed = 1;
     double sizeMb = 0.0;
     int jobs = 1;
+    int gcps = 0;
+    double targetSize = 1.0;
 };
+
+// The targets' ground truth beside the photos: their coordinates in the
+// flight's UTM zone as spreadsheet text (gcp_truth.txt, its system in
+// gcp_truth_crs.txt) and their true pixels in each photo (gcp_pixels.csv).
+bool writeTargetTruth(const QDir& dir, const Options& o, const std::vector<SurveyTarget>& targets, std::size_t photos,
+                      const std::function<QStringList(std::size_t)>& pixelsOf)
+{
+    QString zone;
+    Tarn::GIS::getUTMZoneForGPSCoordinates(o.lon, o.lat, zone);
+    if (zone.isEmpty())
+        return false;
+    QString truth = QStringLiteral("Name\tEasting\tNorthing\tElevation\n");
+    for (const SurveyTarget& t : targets) {
+        double dLat = 0, dLon = 0;
+        metresToDegrees(o.lat, t.east, t.north, dLat, dLon);
+        double x = o.lon + dLon, y = o.lat + dLat, z = 0.0;
+        if (!Tarn::GIS::transformCoordFromLL84(zone, x, y, z))
+            return false;
+        truth += QStringLiteral("%1\t%2\t%3\t%4\n").arg(t.name).arg(x, 0, 'f', 3).arg(y, 0, 'f', 3).arg(o.alt - o.agl, 0, 'f', 3);
+    }
+    QString pixels = QStringLiteral("image,point,x,y\n");
+    for (std::size_t i = 0; i < photos; ++i)
+        for (const QString& line : pixelsOf(i))
+            pixels += line + QLatin1Char('\n');
+    const std::pair<const char*, QString> files[] = {
+        {"gcp_truth.txt", truth}, {"gcp_truth_crs.txt", zone + QLatin1Char('\n')}, {"gcp_pixels.csv", pixels}};
+    for (const auto& f : files) {
+        QSaveFile file(dir.filePath(QString::fromLatin1(f.first)));
+        if (!file.open(QIODevice::WriteOnly | QIODevice::Text) || file.write(f.second.toUtf8()) < 0 || !file.commit())
+            return false;
+    }
+    return true;
+}
 
 QByteArray encodeJpeg(const QImage& image, int quality)
 {
@@ -126,7 +165,10 @@ bool parseOptions(const QCoreApplication& app, Options& o, QString& error)
     const QCommandLineOption seed(QStringLiteral("seed"), QStringLiteral("Scene and noise seed (default 1)."), QStringLiteral("S"));
     const QCommandLineOption sizeMb(QStringLiteral("size-mb"), QStringLiteral("Target photo size in MB (default 5 at 5472x3648, scaled by pixel count)."), QStringLiteral("MB"));
     const QCommandLineOption jobs(QStringLiteral("jobs"), QStringLiteral("Parallel workers (default: cores)."), QStringLiteral("N"));
-    parser.addOptions({out, count, lat, lon, alt, agl, width, height, noGps, zeroGps, quality, seed, sizeMb, jobs});
+    const QCommandLineOption gcps(QStringLiteral("gcps"), QStringLiteral("Survey targets painted on the ground, with truth files (default 0)."), QStringLiteral("N"));
+    const QCommandLineOption targetSize(QStringLiteral("target-size"), QStringLiteral("Side of a target's black-and-white square in metres (default 1)."), QStringLiteral("METERS"));
+    parser.addOptions({out, count, lat, lon, alt, agl, width, height, noGps, zeroGps, quality, seed, sizeMb, jobs, gcps,
+                       targetSize});
     parser.process(app);
 
     for (const QCommandLineOption* required : {&out, &count, &lat, &lon, &alt}) {
@@ -190,6 +232,10 @@ bool parseOptions(const QCoreApplication& app, Options& o, QString& error)
     o.jobs = std::max(1, QThread::idealThreadCount());
     if (parser.isSet(jobs) && !integer(jobs, o.jobs, 1, 64))
         return false;
+    if (parser.isSet(gcps) && !integer(gcps, o.gcps, 0, 100))
+        return false;
+    if (parser.isSet(targetSize) && !number(targetSize, o.targetSize, 0.1, 50.0))
+        return false;
     return true;
 }
 
@@ -233,6 +279,7 @@ int main(int argc, char** argv)
         zeroSet.insert(rest[std::size_t(k)]);
 
     const AerialTexture texture(o.seed);
+    const std::vector<SurveyTarget> targets = placeTargets(o.gcps, plan, o.seed);
     const int grain = o.sizeMb > 0 ? calibrateGrain(texture, plan, o, o.sizeMb * 1024 * 1024) : 24;
     const QDateTime start(QDate(2024, 5, 14), QTime(10, 12, 0));
 
@@ -242,6 +289,7 @@ int main(int argc, char** argv)
         double lat, lon, alt;
         GpsKind kind;
         qint64 bytes;
+        QStringList pixels; // "image,point,x,y" of the targets it shows
     };
     std::vector<Row> rows(std::size_t(o.count));
     std::atomic<int> next{0};
@@ -255,6 +303,7 @@ int main(int argc, char** argv)
             const GroundView view = viewOf(s, plan, o);
             texture.render(image, view);
             texture.addGrain(image, view, grain, o.seed ^ std::uint32_t(i * 7919 + 1));
+            paintTargets(image, view, targets, o.targetSize);
 
             const std::uint32_t h = hash3(i, 0, o.seed ^ 0x5EEDu);
             PhotoExif exif;
@@ -282,8 +331,15 @@ int main(int argc, char** argv)
                 return;
             }
             const bool position = exif.gps == GpsKind::Position;
+            QStringList pixels;
+            const double half = o.targetSize * 0.75 / view.metresPerPixel; // the white frame's half side
+            for (const SurveyTarget& t : targets) {
+                const QPointF at = groundToImage(image.size(), view, t.east, t.north);
+                if (at.x() >= half && at.y() >= half && at.x() <= o.width - half && at.y() <= o.height - half)
+                    pixels << QStringLiteral("%1,%2,%3,%4").arg(name, t.name).arg(at.x(), 0, 'f', 3).arg(at.y(), 0, 'f', 3);
+            }
             rows[std::size_t(i)] = Row{name, position ? s.lat : 0.0, position ? s.lon : 0.0,
-                                      position ? exif.altitude : 0.0, exif.gps, photo.size()};
+                                      position ? exif.altitude : 0.0, exif.gps, photo.size(), pixels};
         }
     };
     std::vector<std::thread> threads;
@@ -315,6 +371,12 @@ int main(int argc, char** argv)
     }
     if (!manifest.commit()) {
         std::fprintf(stderr, "make_drone_photos: cannot write the manifest\n");
+        return 1;
+    }
+    if (!targets.empty() && !writeTargetTruth(dir, o, targets, rows.size(), [&rows](std::size_t i) {
+            return rows[i].pixels;
+        })) {
+        std::fprintf(stderr, "make_drone_photos: cannot write the target truth files\n");
         return 1;
     }
 

@@ -145,6 +145,26 @@ private slots:
         QCOMPARE(map.keys(), (QStringList{"A", "B"}));
         QCOMPARE(map.value("A").coord1, 5.0);
     }
+
+    // Points sharing a name are never merged: the later ones are renamed and
+    // keep their own markers.
+    void sharedNamesAreSeparated()
+    {
+        GcpList gcps;
+        for (const char* name : {"A", "B", "a", "A (2)", "A"}) {
+            GcpInfo gcp;
+            gcp.name = QString::fromLatin1(name);
+            gcps << gcp;
+        }
+        MarkerMap byId;
+        for (int i = 0; i < gcps.size(); ++i)
+            byId[gcps.at(i).id] << GcpMarker{QString(), QStringLiteral("IMG_%1.JPG").arg(i), QPoint(i, i), 1};
+        const QStringList renamed = makeNamesUnique(gcps);
+        QCOMPARE(renamed, (QStringList{"a -> a (3)", "A -> A (4)"}));
+        const MarkerMap byName = markersByName(gcps, byId);
+        QCOMPARE(byName.size(), 5);
+        QCOMPARE(byName.value(QStringLiteral("A (4)")).first().image, QStringLiteral("IMG_4.JPG"));
+    }
 };
 
 QTEST_GUILESS_MAIN(TestGcpInfo)

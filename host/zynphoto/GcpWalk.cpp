@@ -1,0 +1,206 @@
+#include "GcpWalk.h"
+
+#include <appcreate/CreateViewController.h>
+#include <uibase/CommandBase.h>
+#include <uitoolkit/ThumbnailListModel.h>
+#include <uitoolkit/ZoomableImgWidget.h>
+#include <utilities/Constants.h>
+#include <utilities/ResourceStrings.h>
+
+#include <QAction>
+#include <QApplication>
+#include <QCheckBox>
+#include <QDialog>
+#include <QDir>
+#include <QFile>
+#include <QKeyEvent>
+#include <QClipboard>
+#include <QListView>
+#include <QMouseEvent>
+#include <QSettings>
+#include <QStackedWidget>
+#include <QTableWidget>
+#include <QTimer>
+
+#include <cmath>
+
+namespace Zyn {
+namespace Host {
+
+namespace {
+template <class T>
+T* visibleChild(QWidget* root, const QString& name)
+{
+    if (!root)
+        return nullptr;
+    for (T* w : root->findChildren<T*>(name))
+        if (w->isVisible())
+            return w;
+    return nullptr;
+}
+
+void click(QWidget* w, const QPoint& at)
+{
+    QMouseEvent press(QEvent::MouseButtonPress, at, w->mapToGlobal(at), Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QMouseEvent release(QEvent::MouseButtonRelease, at, w->mapToGlobal(at), Qt::LeftButton, Qt::NoButton,
+                        Qt::NoModifier);
+    QApplication::sendEvent(w, &press);
+    QApplication::sendEvent(w, &release);
+}
+} // namespace
+
+GcpWalk::GcpWalk(AppCreate::CreateViewController* create, QWidget* window, const QString& photoDir, Wait wait,
+                 Save save, Step done, QObject* parent)
+    : QObject(parent)
+    , m_create(create)
+    , m_window(window)
+    , m_photoDir(photoDir)
+    , m_wait(std::move(wait))
+    , m_save(std::move(save))
+    , m_done(std::move(done))
+{
+}
+
+QWidget* GcpWalk::panel() const
+{
+    return m_window;
+}
+
+namespace {
+QString readText(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+} // namespace
+
+void GcpWalk::prepare(const QString& photoDir)
+{
+    const QString code = readText(QDir(photoDir).filePath(QStringLiteral("gcp_truth_crs.txt"))).trimmed();
+    const QString points = readText(QDir(photoDir).filePath(QStringLiteral("gcp_truth.txt")));
+    if (code.isEmpty() || points.isEmpty())
+        return;
+    QSettings settings;
+    settings.beginGroup(QString::fromLatin1(Utilities::CFG_ELEM_GENERAL));
+    settings.setValue(Resource::String::SETTINGS_GCP_COORD_SYSTEM_IN,
+                      QStringLiteral("%1##WGS 84 / UTM zone %2N##%3##1##WGS 84##0")
+                          .arg(code, code.right(2), code.mid(5)));
+    settings.endGroup();
+    QApplication::clipboard()->setText(points);
+}
+
+void GcpWalk::start()
+{
+    UiBase::CommandBase* command = nullptr;
+    if (m_create)
+        for (UiBase::CommandBase* c : m_create->findChildren<UiBase::CommandBase*>())
+            if (c->text() == QString(Resource::String::GCP_COMMAND_TEXT))
+                command = c;
+    if (!command) {
+        m_done();
+        return;
+    }
+    const QPointer<UiBase::CommandBase> guard(command);
+    m_wait([guard] { return guard && guard->isEnabled(); }, 20000, QStringLiteral("the Survey Points command stayed off"),
+           [this, guard] {
+               guard->trigger();
+               m_wait([this] { return visibleChild<QTableWidget>(panel(), QStringLiteral("gcp_names_tableWidget")); },
+                      10000, QStringLiteral("the survey points table did not open"), [this] { pastePoints(); });
+           });
+}
+
+void GcpWalk::pastePoints()
+{
+    auto* table = visibleChild<QTableWidget>(panel(), QStringLiteral("gcp_names_tableWidget"));
+    // The paste may ask questions; the walk answers them with their default.
+    auto* answer = new QTimer(this);
+    answer->setInterval(200);
+    connect(answer, &QTimer::timeout, this, [] {
+        if (auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget()))
+            dialog->accept();
+    });
+    answer->start();
+    QTimer::singleShot(5000, answer, &QObject::deleteLater);
+    for (QAction* action : table->actions())
+        if (action->shortcut() == QKeySequence(QKeySequence::Paste))
+            action->trigger();
+    table->selectRow(0);
+    auto* filter = panel()->findChild<QCheckBox*>(QStringLiteral("checkBox_filterByGps"));
+    if (filter)
+        filter->setChecked(true);
+    m_wait([filter, table] { return table->rowCount() > 0 && (!filter || filter->isEnabled()); }, 20000,
+           QStringLiteral("the pasted points or the photo filter did not arrive"), [this] {
+               QTimer::singleShot(800, this, [this] {
+                   m_save(m_window->grab(), QStringLiteral("04-survey-points-photos-near-point.png"));
+                   // Every photo in the browser again: photos without a GPS
+                   // position show targets too.
+                   if (auto* box = panel()->findChild<QCheckBox*>(QStringLiteral("cb_gps_filter")))
+                       box->setChecked(false);
+                   // Three photos per point, each at the target's true pixel.
+                   QMap<QString, int> perPoint;
+                   const QStringList rows = readText(QDir(m_photoDir).filePath(QStringLiteral("gcp_pixels.csv")))
+                                                .split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+                                                .mid(1);
+                   for (const QString& row : rows)
+                       if (perPoint[row.section(QLatin1Char(','), 1, 1)]++ < 3)
+                           m_toPlace << row;
+                   placeNext();
+               });
+           });
+}
+
+void GcpWalk::placeNext()
+{
+    if (m_toPlace.isEmpty()) {
+        auto* table = visibleChild<QTableWidget>(panel(), QStringLiteral("gcp_names_tableWidget"));
+        if (table)
+            table->clearSelection();
+        QTimer::singleShot(800, this, [this] {
+            m_save(m_window->grab(), QStringLiteral("06-survey-points-all-valid.png"));
+            m_done();
+        });
+        return;
+    }
+    const QStringList f = m_toPlace.takeFirst().split(QLatin1Char(','));
+    const QString path = QDir(m_photoDir).filePath(f.value(0));
+    const QPoint pixel(int(std::floor(f.value(2).toDouble())), int(std::floor(f.value(3).toDouble())));
+    auto* table = visibleChild<QTableWidget>(panel(), QStringLiteral("gcp_names_tableWidget"));
+    for (int row = 0; table && row < table->rowCount(); ++row)
+        if (table->item(row, 0)->text() == f.value(1))
+            table->selectRow(row);
+    // The photo from the browser, as a double click opens it.
+    auto* browser = panel()->findChild<QListView*>(QStringLiteral("thumbnail_browser"));
+    QAbstractItemModel* model = browser ? browser->model() : nullptr;
+    for (int row = 0; model && row < model->rowCount(); ++row) {
+        const QModelIndex index = model->index(row, 0);
+        if (index.data(UiToolkit::ThumbnailListModel::PathRole).toString() == path)
+            emit browser->activated(index);
+    }
+    m_wait(
+        [this, path] {
+            auto* pane = visibleChild<UiToolkit::ZoomableImgWidget>(panel(), QStringLiteral("pane_image"));
+            return pane && pane->imagePath() == path && pane->isFullResolution();
+        },
+        20000, QStringLiteral("the photo %1 did not open").arg(f.value(0)), [this, pixel] { placeMarker(pixel); });
+}
+
+void GcpWalk::placeMarker(const QPoint& pixel)
+{
+    auto* pane = visibleChild<UiToolkit::ZoomableImgWidget>(panel(), QStringLiteral("pane_image"));
+    // Zoomed in on the target, as a surveyor would, then clicked at its centre.
+    pane->centreOn(QPointF(pixel) + QPointF(0.5, 0.5), pane->closeScale());
+    click(pane, pane->getLocalPoint(pixel));
+    ++m_placed;
+    QTimer::singleShot(m_placed == 1 ? 1200 : 300, this, [this, pane] {
+        if (m_placed == 1)
+            m_save(m_window->grab(), QStringLiteral("05-marker-placed-with-magnifier.png"));
+        // Escape returns to the photos, as the keyboard does.
+        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+        QApplication::sendEvent(pane, &escape);
+        placeNext();
+    });
+}
+
+} // namespace Host
+} // namespace Zyn
