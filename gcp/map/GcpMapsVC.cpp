@@ -5,7 +5,6 @@
 #include <utilities/Utilities.h>
 
 #include <QBuffer>
-#include <QFileInfo>
 #include <QImage>
 
 #include <algorithm>

@@ -142,6 +142,9 @@ private slots:
         QCOMPARE(s.mid(s.size() - 3),
                  (QStringList{"setCameraLoadingProgress(100)", "setCamerasLoadComplete()", "autoZoom(0.2)"}));
         QCOMPARE(eval(*m_maps, "cameraCount()").toInt(), 2);
+        eval(*m_maps, "cameras['/p/a.jpg'].fire('mouseover', {}, true); 0"); // as the canvas does on hover
+        QVERIFY(eval(*m_maps, "cameras['/p/a.jpg'].isTooltipOpen() && "
+                              "cameras['/p/a.jpg'].getTooltip().getContent().indexOf('a.jpg') > 0").toBool());
         QVERIFY(becomesTrue(*m_maps, "isMapLoaded()"));
 
         m_maps->setCameraReferenceGcps("/p/a.jpg", {"GCP1"});
