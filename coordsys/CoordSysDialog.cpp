@@ -5,8 +5,10 @@
 
 #include <QHash>
 #include <QHeaderView>
+#include <QRegularExpression>
 #include <QTimer>
 #include <QKeyEvent>
+#include <QLabel>
 #include <QProgressBar>
 #include <QScrollBar>
 #include <QSettings>
@@ -576,18 +578,31 @@ void CoordSysDialog::addCustomCoordSys(int order, const QString& code, const QSt
 
 void CoordSysDialog::searchText(const QString& text)
 {
+    // Every word of the search in one of the row's columns, in any order:
+    // "utm 14" finds "NAD83 / UTM zone 14N". A row holding the whole text
+    // still matches, as each of its words is in that column.
+    const QStringList words = text.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
     QTableWidget* table = ui->table_coordsys;
     const UpdatesOff updatesOff(table);
     const int rows = table->rowCount();
     const int columns = table->columnCount();
+    QVector<QString> cells(columns);
     for (int row = 0; row < rows; ++row) {
-        bool show = false;
-        for (int column = 0; column < columns && !show; ++column) {
+        bool any = false;
+        for (int column = 0; column < columns; ++column) {
             const QTableWidgetItem* item = table->item(row, column);
-            if (!item)
-                continue;
-            const QString cell = item->text();
-            show = !cell.isEmpty() && (text.isEmpty() || cell.contains(text, Qt::CaseInsensitive));
+            cells[column] = item ? item->text() : QString();
+            any = any || !cells[column].isEmpty();
+        }
+        bool show = any;
+        for (const QString& word : words) {
+            bool found = false;
+            for (int column = 0; column < columns && !found; ++column)
+                found = cells[column].contains(word, Qt::CaseInsensitive);
+            if (!found) {
+                show = false;
+                break;
+            }
         }
         // Unchanged rows are left alone: hiding a header section is not free.
         if (table->isRowHidden(row) == show)
@@ -596,10 +611,49 @@ void CoordSysDialog::searchText(const QString& text)
     m_lastSearch = text;
 }
 
+void CoordSysDialog::updateNoMatchText()
+{
+    QTableWidget* table = ui->table_coordsys;
+    const QString text = ui->txtbox_search->text().trimmed();
+    bool visible = false;
+    for (int row = 0; row < table->rowCount() && !visible; ++row)
+        visible = !table->isRowHidden(row);
+    if (!m_noMatch) {
+        m_noMatch = new QLabel(table->viewport());
+        m_noMatch->setObjectName(QStringLiteral("label_no_match"));
+        m_noMatch->setAlignment(Qt::AlignCenter);
+        m_noMatch->setWordWrap(true);
+        m_noMatch->setStyleSheet(QStringLiteral("color: #808080;"));
+    }
+    if (visible || text.isEmpty() || m_loading) {
+        m_noMatch->hide();
+        return;
+    }
+    QString message = tr("No coordinate system matches \u201C%1\u201D.").arg(text);
+    // A target search for a geographic system: say why it is not there.
+    const QRegularExpressionMatch number = QRegularExpression(QStringLiteral("(\\d{4,6})")).match(text);
+    if (!m_input && number.hasMatch()) {
+        namespace SR = SpatialReference;
+        if (SR::CoordinateReferenceSystemDefinition* d =
+                SR::CoordinateReferenceSystemDefinition::Create(QStringLiteral("EPSG:") + number.captured(1))) {
+            if (d->type() == SR::TypeGeographic)
+                message += QLatin1Char('\n')
+                           + tr("%1 is a geographic system (longitude and latitude); geographic systems are not "
+                                "offered as project targets.")
+                                 .arg(d->description());
+            d->Destroy();
+        }
+    }
+    m_noMatch->setText(message);
+    m_noMatch->setGeometry(table->viewport()->rect().adjusted(20, 20, -20, -20));
+    m_noMatch->show();
+}
+
 void CoordSysDialog::onSearchBoxTextChanged(const QString& text)
 {
     searchText(text);
     hideExcludedItems(!m_input);
+    updateNoMatchText();
 }
 
 void CoordSysDialog::onCmbboxDatumCurrentIndexChanged(int)

@@ -14,6 +14,8 @@
 
 class QProgressBar;
 
+class QLabel;
+
 namespace Ui {
 class CoordSysDialog;
 }
@@ -105,6 +107,9 @@ private:
     void moveRecentToTop();
     void saveRecentlyUsedCoordSys(const QString& code, bool input);
     void searchText(const QString& text);
+    // "No coordinate system matches ..." in the table area when the search
+    // hides every row.
+    void updateNoMatchText();
     void setCoordSysInfoData(int row, const QString& code, const QString& description, const QString& epsg,
                              qint32 unit, const QString& datum, qint32 type);
     void enableOKButton();
@@ -130,6 +135,7 @@ private:
     QStringList m_excludedIds;
     bool m_isUserSelected = false;
     QString m_lastSearch;
+    QPointer<QLabel> m_noMatch;
     int m_sortColumn = 0;
     Qt::SortOrder m_sortOrder = Qt::AscendingOrder;
     QString m_pendingErrorMain;

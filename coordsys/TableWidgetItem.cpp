@@ -1,5 +1,7 @@
 #include "TableWidgetItem.h"
 
+#include <utilities/Utilities.h>
+
 namespace Zyn {
 namespace AppCreate {
 
@@ -33,7 +35,14 @@ bool TableWidgetItem::operator<(const QTableWidgetItem& other) const
         return m_isBuiltIn;
     if (m_isBuiltIn && m_builtInOrder != rhs.m_builtInOrder)
         return m_builtInOrder < rhs.m_builtInOrder;
-    return text() < other.text();
+    // Numbers as numbers (EPSG:2001 before EPSG:20001); empty cells (a system
+    // without an EPSG number) after the others.
+    const QString a = text();
+    const QString b = other.text();
+    if (a.isEmpty() != b.isEmpty())
+        return b.isEmpty();
+    const int order = Utilities::naturalCompare(a, b);
+    return order != 0 ? order < 0 : a < b;
 }
 
 } // namespace AppCreate

@@ -1,5 +1,7 @@
 #include "ThumbnailProxyModel.h"
 
+#include <utilities/Utilities.h>
+
 #include <uitoolkit/ThumbnailListModel.h>
 
 #include <QVector>
@@ -62,45 +64,7 @@ QStringList ThumbnailProxyModel::pathsInOrder(bool checkedOnly) const
 
 int ThumbnailProxyModel::naturalCompare(const QString& a, const QString& b)
 {
-    int i = 0;
-    int j = 0;
-    while (i < a.size() && j < b.size()) {
-        if (a.at(i).isDigit() && b.at(j).isDigit()) {
-            // Compare digit runs by value: skip leading zeros, then length, then digits.
-            int si = i, sj = j;
-            while (si < a.size() && a.at(si) == QLatin1Char('0'))
-                ++si;
-            while (sj < b.size() && b.at(sj) == QLatin1Char('0'))
-                ++sj;
-            int ei = si, ej = sj;
-            while (ei < a.size() && a.at(ei).isDigit())
-                ++ei;
-            while (ej < b.size() && b.at(ej).isDigit())
-                ++ej;
-            if (ei - si != ej - sj)
-                return (ei - si) < (ej - sj) ? -1 : 1;
-            for (int k = 0; k < ei - si; ++k) {
-                const int d = a.at(si + k).unicode() - b.at(sj + k).unicode();
-                if (d != 0)
-                    return d < 0 ? -1 : 1;
-            }
-            // Equal values: fewer leading zeros first, so the order is total.
-            if ((si - i) != (sj - j))
-                return (si - i) < (sj - j) ? -1 : 1;
-            i = ei;
-            j = ej;
-            continue;
-        }
-        const QChar ca = a.at(i).toCaseFolded();
-        const QChar cb = b.at(j).toCaseFolded();
-        if (ca != cb)
-            return ca.unicode() < cb.unicode() ? -1 : 1;
-        ++i;
-        ++j;
-    }
-    if (i < a.size() || j < b.size())
-        return i < a.size() ? 1 : -1;
-    return 0;
+    return Utilities::naturalCompare(a, b);
 }
 
 bool ThumbnailProxyModel::lessThan(const QModelIndex& left, const QModelIndex& right) const

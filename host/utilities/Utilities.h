@@ -14,6 +14,10 @@ QString getListSeparatorInCurrentLocale();
 // The same rule for a given locale.
 QString getListSeparatorForLocale(const QLocale& locale);
 
+// Negative, zero or positive as a sorts before, with or after b: case is
+// ignored and runs of digits compare as numbers ("IMG_2" < "IMG_10",
+// "EPSG:2001" < "EPSG:20001"). Independent of the locale.
+int naturalCompare(const QString& a, const QString& b);
 // text shortened to at most maxChars characters, ending in "..." when cut.
 QString getElidedText(const QString& text, int maxChars);
 

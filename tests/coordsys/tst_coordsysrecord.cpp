@@ -126,6 +126,8 @@ private slots:
         const TableWidgetItem plainA(QStringLiteral("EPSG:2000"), false, 0, 1);
         const TableWidgetItem plainB(QStringLiteral("EPSG:3000"), false, 0, 1);
         const TableWidgetItem lowerCase(QStringLiteral("abc"), false, 0, 1);
+        const TableWidgetItem longNumber(QStringLiteral("EPSG:20001"), false, 0, 1);
+        const TableWidgetItem empty(QString(), false, 0, 1);
 
         // The newest recent system is first, all recent ones before built-ins.
         QVERIFY(recentNew < recentOld);
@@ -137,10 +139,14 @@ private slots:
         QVERIFY(!(plainA < builtIn));
         QVERIFY(builtIn < builtInLater);
         QVERIFY(!(builtInLater < builtIn));
-        // The rest by case-sensitive text.
+        // The rest by text, numbers by value, empty cells last.
         QVERIFY(plainA < plainB);
         QVERIFY(!(plainB < plainA));
-        QVERIFY(plainB < lowerCase);
+        QVERIFY(lowerCase < plainB);
+        QVERIFY(plainB < longNumber);
+        QVERIFY(!(longNumber < plainB));
+        QVERIFY(longNumber < empty);
+        QVERIFY(!(empty < longNumber));
         QVERIFY(!(plainA < plainA));
 
         // Against a plain item: built-in first, otherwise by text.
