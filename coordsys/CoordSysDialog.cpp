@@ -137,8 +137,55 @@ CoordSysDialog::CoordSysDialog(QWidget* parent) : QDialog(parent), ui(new Ui::Co
     connect(table->horizontalHeader(), &QHeaderView::sectionPressed, this, &CoordSysDialog::onSortColumn);
     connectSearchTextBoxSlot(true);
     connect(table, &QTableWidget::itemSelectionChanged, this, &CoordSysDialog::onSelectionChanged);
+    // A double click on a row chooses it, as OK does.
+    connect(table, &QTableWidget::itemDoubleClicked, this, [this] {
+        if (ui->button_ok->isEnabled())
+            onButtonOKClicked();
+    });
+    // The description takes the width the dialog gains.
+    table->horizontalHeader()->setSectionResizeMode(DescriptionColumn, QHeaderView::Stretch);
+    ui->txtbox_search->installEventFilter(this);
+    table->installEventFilter(this);
+    const QSize remembered = QSettings().value(QStringLiteral("CoordSysDialog/size")).toSize();
+    if (remembered.isValid())
+        resize(remembered.expandedTo(minimumSizeHint()));
 
     enableOKButton();
+}
+
+bool CoordSysDialog::eventFilter(QObject* watched, QEvent* event)
+{
+    QTableWidget* table = ui->table_coordsys;
+    auto firstVisibleRow = [table] {
+        for (int row = 0; row < table->rowCount(); ++row)
+            if (!table->isRowHidden(row))
+                return row;
+        return -1;
+    };
+    if (watched == ui->txtbox_search && event->type() == QEvent::KeyPress
+        && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Down) {
+        // Down from the search goes to the first row it shows.
+        const int row = firstVisibleRow();
+        if (row >= 0) {
+            table->setFocus(Qt::TabFocusReason);
+            table->selectRow(row);
+            return true;
+        }
+    } else if (watched == table && event->type() == QEvent::FocusIn && table->selectedItems().isEmpty()) {
+        const int row = firstVisibleRow();
+        if (row >= 0) {
+            table->setCurrentCell(row, CodeColumn, QItemSelectionModel::NoUpdate);
+            table->selectRow(row);
+        }
+    }
+    return QDialog::eventFilter(watched, event);
+}
+
+void CoordSysDialog::hideEvent(QHideEvent* event)
+{
+    // The size the user gave the dialog is kept for its next opening.
+    QSettings().setValue(QStringLiteral("CoordSysDialog/size"), size());
+    QDialog::hideEvent(event);
 }
 
 CoordSysDialog::~CoordSysDialog() = default;

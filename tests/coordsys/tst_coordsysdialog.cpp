@@ -191,6 +191,40 @@ private slots:
         QCOMPARE(unit, SpatialReference::UnitCode::Meter);
     }
 
+    void keysMouseAndSize()
+    {
+        QSize wanted;
+        {
+            CoordSysDialog dialog;
+            dialog.setInput(false);
+            dialog.show();
+            QTableWidget* table = tableOf(dialog);
+            QTRY_VERIFY_WITH_TIMEOUT(!dialog.isLoading() && table->rowCount() > 1000, 60000);
+            QTest::keyClicks(searchOf(dialog), QStringLiteral("utm 33n"));
+            // Down from the search: the first row it shows, selected.
+            QTest::keyClick(searchOf(dialog), Qt::Key_Down);
+            QVERIFY(table->hasFocus());
+            int first = 0;
+            while (table->isRowHidden(first))
+                ++first;
+            QCOMPARE(table->selectedItems().value(0)->row(), first);
+            // A double click on a row chooses it.
+            const int utm = rowOf(table, QStringLiteral("EPSG:32633"));
+            QSignalSpy accepted(&dialog, &QDialog::accepted);
+            const QPoint at = table->visualItemRect(table->item(utm, 1)).center();
+            QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+            QTest::mouseDClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, at);
+            QCOMPARE(accepted.count(), 1);
+            QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false).code, QStringLiteral("EPSG:32633"));
+            wanted = dialog.size() + QSize(120, 80);
+            dialog.show();
+            dialog.resize(wanted);
+            dialog.reject();
+        }
+        CoordSysDialog again;
+        QCOMPARE(again.size(), wanted);
+    }
+
     void searchByWords_data()
     {
         QTest::addColumn<bool>("input");
