@@ -7,6 +7,7 @@
 #include <QHeaderView>
 #include <QRegularExpression>
 #include <QTimer>
+#include <QFocusEvent>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QProgressBar>
@@ -171,7 +172,9 @@ bool CoordSysDialog::eventFilter(QObject* watched, QEvent* event)
             table->selectRow(row);
             return true;
         }
-    } else if (watched == table && event->type() == QEvent::FocusIn && table->selectedItems().isEmpty()) {
+    } else if (watched == table && event->type() == QEvent::FocusIn && table->selectedItems().isEmpty()
+               && static_cast<QFocusEvent*>(event)->reason() != Qt::MouseFocusReason) {
+        // From the keyboard (a click selects what it clicks).
         const int row = firstVisibleRow();
         if (row >= 0) {
             table->setCurrentCell(row, CodeColumn, QItemSelectionModel::NoUpdate);
