@@ -9,6 +9,7 @@
 #include <libexif/exif-data.h>
 #include <libexif/exif-utils.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -35,6 +36,11 @@ unsigned readBigEndian16(const unsigned char* p)
 {
     return (unsigned(p[0]) << 8) | unsigned(p[1]);
 }
+
+// The first read of a photo: the EXIF segment of a camera's JPEG, thumbnail
+// included, fits in it (the segment is at most 64 KiB by the JPEG format,
+// so only files with several leading segments need more).
+constexpr std::size_t kFirstRead = 64 * 1024;
 
 // Finds the payload of the EXIF APP1 segment ("Exif\0\0" + TIFF data) by
 // walking the marker segments that precede the image data. Walking the
@@ -233,20 +239,38 @@ bool readExifFromFile(const std::wstring& path, ExifGpsRecord& out)
         return false;
     }
 
-    // One allocation of the file's size, left uninitialised: fread fills it.
-    std::unique_ptr<unsigned char[]> buffer(new (std::nothrow) unsigned char[size > 0 ? size : 1]);
-    if (!buffer) {
-        std::fputs("Can't read file.\n", stdout);
-        return false;
-    }
-    const std::size_t got = size > 0 ? std::fread(buffer.get(), 1, std::size_t(size), file.get()) : 0;
-    if (got != std::size_t(size)) {
-        std::fputs("Can't read file.\n", stdout);
-        return false;
+    // Only the start of the file, up to the end of its EXIF segment: the
+    // segment sits before the image data, so most of a photo is never read.
+    // A first read of 64 KiB holds it in nearly every photo; a longer
+    // segment (or a broken one) reads on, at most to the end of the file.
+    const std::size_t total = std::size_t(size);
+    std::size_t want = std::min<std::size_t>(total, kFirstRead);
+    std::unique_ptr<unsigned char[]> buffer;
+    std::size_t have = 0;
+    for (;;) {
+        std::unique_ptr<unsigned char[]> grown(new (std::nothrow) unsigned char[want > 0 ? want : 1]);
+        if (!grown) {
+            std::fputs("Can't read file.\n", stdout);
+            return false;
+        }
+        if (have > 0)
+            std::memcpy(grown.get(), buffer.get(), have);
+        buffer = std::move(grown);
+        const std::size_t got = want > have ? std::fread(buffer.get() + have, 1, want - have, file.get()) : 0;
+        if (got != want - have) {
+            std::fputs("Can't read file.\n", stdout);
+            return false;
+        }
+        have = want;
+        const unsigned char* payload = nullptr;
+        std::size_t payloadSize = 0;
+        if (locateExifSegment(buffer.get(), have, payload, payloadSize) != ExifParseCorrupt || have == total)
+            break;
+        want = std::min<std::size_t>(total, have * 4);
     }
     file.reset();
 
-    return parseExifGps(buffer.get(), std::size_t(size), out) == ExifParseSuccess;
+    return parseExifGps(buffer.get(), have, out) == ExifParseSuccess;
 }
 
 bool readPhotoGpsPosition(const std::wstring& path, double& lon, double& lat, double& alt)

@@ -10,7 +10,6 @@ PACKAGES=(
   libproj-dev proj-data proj-bin libsqlite3-dev
   libexif-dev libjpeg-dev
   libjs-leaflet libjs-leaflet.markercluster
-  libopencv-imgproc-dev libopencv-contrib-dev
   libboost-filesystem-dev libboost-thread-dev libtbb-dev
   xvfb xauth imagemagick libimage-exiftool-perl
   clang libclang-rt-14-dev
