@@ -15,6 +15,27 @@ namespace AppGcp {
 
 namespace {
 
+// XML 1.0 cannot hold control characters (other than tab and line ends) nor
+// lone surrogates; written raw they make the whole file unreadable. Such a
+// character becomes U+FFFD, so the rest of the survey survives.
+QString xmlText(const QString& text)
+{
+    QString out = text;
+    for (int i = 0; i < out.size(); ++i) {
+        const ushort u = out.at(i).unicode();
+        const bool control = u < 0x20 && u != '\t' && u != '\n' && u != '\r';
+        const bool noChar = u == 0xFFFE || u == 0xFFFF;
+        bool loneSurrogate = false;
+        if (out.at(i).isHighSurrogate())
+            loneSurrogate = i + 1 >= out.size() || !out.at(i + 1).isLowSurrogate();
+        else if (out.at(i).isLowSurrogate())
+            loneSurrogate = i == 0 || !out.at(i - 1).isHighSurrogate();
+        if (control || noChar || loneSurrogate)
+            out[i] = QChar(0xFFFD);
+    }
+    return out;
+}
+
 QString fixed16(double value)
 {
     return QString::number(value, 'f', 16);
@@ -92,7 +113,7 @@ void writeSurveyData(QIODevice* device, const MarkerMap& markersByName, const Gc
         xml.writeAttribute(QStringLiteral("type"), QStringLiteral("-1"));
     } else {
         xml.writeAttribute(QStringLiteral("coordinatesystem"), inLL84 ? QStringLiteral("LL84") : coordSys.code);
-        xml.writeAttribute(QStringLiteral("description"), coordSys.description);
+        xml.writeAttribute(QStringLiteral("description"), xmlText(coordSys.description));
         xml.writeAttribute(QStringLiteral("epsgcode"), coordSys.epsg);
         xml.writeAttribute(QStringLiteral("unitcode"), QString::number(coordSys.unit));
         xml.writeAttribute(QStringLiteral("datumid"), coordSys.datum);
@@ -116,14 +137,14 @@ void writeSurveyData(QIODevice* device, const MarkerMap& markersByName, const Gc
         const GcpInfo& gcp = it.value();
         xml.writeStartElement(QStringLiteral("marker"));
         xml.writeAttribute(QStringLiteral("id"), QString::number(counter));
-        xml.writeAttribute(nameTag, gcp.name);
+        xml.writeAttribute(nameTag, xmlText(gcp.name));
 
         xml.writeStartElement(QStringLiteral("images"));
         const auto markers = markersByName.constFind(gcp.name);
         if (markers != markersByName.constEnd()) {
             for (const GcpMarker& marker : markers.value()) {
                 xml.writeStartElement(imageTag);
-                xml.writeAttribute(nameTag, QFileInfo(marker.image).fileName());
+                xml.writeAttribute(nameTag, xmlText(QFileInfo(marker.image).fileName()));
                 xml.writeAttribute(xTag, QString::number(marker.pixel.x()));
                 xml.writeAttribute(yTag, QString::number(marker.pixel.y()));
                 xml.writeEndElement();

@@ -3,6 +3,7 @@
 #include "GcpWalk.h"
 #include "MainWindow.h"
 
+#include <appcreate/CreateModelFlyout.h>
 #include <appcreate/CreateViewController.h>
 #include <appcreate/MainState.h>
 #include <appcreate/PhotoPreview.h>
@@ -10,7 +11,9 @@
 #include <uibase/FileDialog.h>
 #include <uitoolkit/ActionPanelVC.h>
 
+#include <QAbstractButton>
 #include <QApplication>
+#include <QLineEdit>
 #include <QCoreApplication>
 #include <QDialog>
 #include <QFileInfo>
@@ -243,8 +246,44 @@ void DemoRunner::walkSurveyPoints()
             waitFor(c, ms, why, next);
         },
         [this](const QPixmap& shot, const QString& name) { return save(shot, name); },
-        [this] { finish(m_failures ? 1 : 0); }, this);
+        [this] { startProject(); }, this);
     walk->start();
+}
+
+void DemoRunner::startProject()
+{
+    auto* state = m_create ? qobject_cast<AppCreate::MainState*>(m_create->getState()) : nullptr;
+    AppCreate::PhotoPreview* canvas = state ? state->getPhotoCanvas() : nullptr;
+    if (!canvas) {
+        finish(m_failures ? 1 : 0);
+        return;
+    }
+    // Back from the survey points (their panel's own close), then Start.
+    for (auto* close : m_window->findChildren<QAbstractButton*>(QStringLiteral("button_close")))
+        close->click();
+    AppCreate::CreateModelFlyout::setTermsHandler([](const QString&) { return true; });
+    connect(m_create, &AppCreate::CreateViewController::projectSubmitted, this, [this](const QString& folder) {
+        QFile list(QDir(folder).filePath(QStringLiteral("gcp_list.txt")));
+        const int rows = list.open(QIODevice::ReadOnly) ? list.readAll().count('\n') - 1 : -1;
+        say(QStringLiteral("demo: project written to %1 with %2 control-point rows in gcp_list.txt").arg(folder).arg(rows));
+        QTimer::singleShot(1500, this, [this] {
+            save(m_window->grab(), QStringLiteral("07-project-started.png"));
+            finish(m_failures ? 1 : 0);
+        });
+    });
+    emit canvas->createRequested();
+    waitFor([canvas] { return canvas && canvas->getFlyout() && canvas->getFlyout()->isVisible(); }, 10000,
+            QStringLiteral("the settings flyout did not open for Start"), [this, canvas] {
+                QDialog* flyout = canvas->getFlyout();
+                if (auto* name = flyout->findChild<QLineEdit*>(QStringLiteral("modelname_lineedit")))
+                    name->setText(QStringLiteral("Survey_with_GCPs"));
+                QTimer::singleShot(2500, this, [this, flyout] {
+                    if (auto* start = flyout->findChild<QAbstractButton*>(QStringLiteral("start_button")))
+                        start->click();
+                    waitFor([this] { return m_shots.last().endsWith(QLatin1String("07-project-started.png")); }, 30000,
+                            QStringLiteral("Start did not write the project"), [] {});
+                });
+            });
 }
 
 QString DemoRunner::findPhotoTool() const
@@ -270,6 +309,7 @@ void DemoRunner::finish(int code, const QString& message)
         say(message);
     say(QStringLiteral("demo: %1 screenshot(s) in %2").arg(m_shots.size()).arg(m_out.absolutePath()));
     UiBase::FileDialog::clearHandler();
+    AppCreate::CreateModelFlyout::clearTermsHandler();
     // Let a modal dialog that is still up return first.
     if (QDialog* dialog = visibleModalDialog())
         dialog->done(QDialog::Rejected);

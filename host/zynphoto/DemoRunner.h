@@ -50,6 +50,7 @@ private:
     void addPhotos();
     void shootFlyout();
     void walkSurveyPoints();
+    void startProject();
     void finish(int code, const QString& message = QString());
 
     QString findPhotoTool() const;
