@@ -55,6 +55,7 @@ bool AerialCaptureApp::execute()
     panel->setMainView(view);
     panel->setBackButton(false);
     panel->setCrossButton(true);
+    panel->setTitle(text());
     dashboard->presentViewController(panel, UiBase::TransitionFromRight);
 
     if (QObject* state = controller->getState())

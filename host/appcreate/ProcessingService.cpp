@@ -295,7 +295,9 @@ ProjectInfo ProcessingService::readProject(const QString& folder)
     info.stateDetail = manifest.value(QStringLiteral("stateDetail")).toString();
     info.created = QDateTime::fromString(manifest.value(QStringLiteral("created")).toString(), Qt::ISODateWithMs);
     info.photoCount = manifest.value(QStringLiteral("photos")).toArray().size();
-    info.coordSysId = manifest.value(QStringLiteral("coordinateSystem")).toObject().value(QStringLiteral("code")).toString();
+    const QJsonObject coordSys = manifest.value(QStringLiteral("coordinateSystem")).toObject();
+    info.coordSysId = coordSys.value(QStringLiteral("code")).toString();
+    info.coordSysDescription = coordSys.value(QStringLiteral("description")).toString();
     return info;
 }
 

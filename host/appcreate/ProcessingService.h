@@ -38,6 +38,7 @@ struct ProjectInfo {
     QDateTime created;
     int photoCount = 0;
     QString coordSysId;
+    QString coordSysDescription; // empty for systems written without one
 };
 
 // The embedded processing service: every project is a self-contained

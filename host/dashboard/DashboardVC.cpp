@@ -207,12 +207,16 @@ void DashboardVC::refreshProjects()
         item->setText(0, p.name);
         item->setText(1, state);
         item->setText(2, QString::number(p.photoCount));
-        item->setText(3, p.coordSysId);
+        item->setText(3, p.coordSysDescription.isEmpty() ? p.coordSysId
+                                                          : QStringLiteral("%1 (%2)").arg(p.coordSysDescription, p.coordSysId));
         item->setText(4, p.created.isValid() ? QLocale().toString(p.created.toLocalTime(), QLocale::ShortFormat) : QString());
         item->setToolTip(0, p.folder);
         item->setToolTip(1, p.stateDetail);
         item->setData(0, Qt::UserRole, p.folder);
     }
+    // Every column but the name as wide as its texts, header included.
+    for (int column = 1; column < m_projects->columnCount(); ++column)
+        m_projects->resizeColumnToContents(column);
     m_noProjectsLabel->setVisible(projects.isEmpty());
     m_projects->setVisible(!projects.isEmpty());
     m_bottomStretch->setVisible(projects.isEmpty());
