@@ -18,6 +18,7 @@
 #include <QMimeData>
 #include <QPointer>
 #include <QSet>
+#include <QSettings>
 #include <QStandardPaths>
 #include <QUrl>
 
@@ -328,12 +329,20 @@ QString PhotoPreview::noticeText() const
 
 void PhotoPreview::browseForPhotos()
 {
+    // The folder photos were last added from, across sessions; a folder that
+    // is gone falls back to its nearest existing parent, then to Pictures.
+    QString start = QSettings().value(QStringLiteral("Canvas/LastPhotoFolder"), m_lastFolder).toString();
+    while (!start.isEmpty() && !QFileInfo(start).isDir() && QFileInfo(start).absolutePath() != start)
+        start = QFileInfo(start).absolutePath();
+    if (!QFileInfo(start).isDir())
+        start = m_lastFolder;
     const QStringList chosen = UiBase::FileDialog::getOpenFilesAndFolders(
-        this, tr("Add photos"), m_lastFolder, tr("Photos (*.jpg *.jpeg *.png *.tif *.tiff);;All files (*)"));
+        this, tr("Add photos"), start, tr("Photos (*.jpg *.jpeg *.png *.tif *.tiff);;All files (*)"));
     if (chosen.isEmpty())
         return;
     const QFileInfo first(chosen.first());
     m_lastFolder = first.isDir() ? first.absoluteFilePath() : first.absolutePath();
+    QSettings().setValue(QStringLiteral("Canvas/LastPhotoFolder"), m_lastFolder);
     addFilesInBackground(chosen);
 }
 

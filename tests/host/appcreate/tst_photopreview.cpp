@@ -18,6 +18,7 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QSettings>
 #include <QTemporaryDir>
 #include <QUrl>
 #include <QtTest>
@@ -126,6 +127,35 @@ private slots:
     }
 
     void cleanup() { FileDialog::clearHandler(); }
+
+    // The folder photos were last added from is where the next browse
+    // starts, also in a new session; a folder since removed gives its parent.
+    void browseStartsWhereTheLastPhotosCameFrom()
+    {
+        QSettings().remove(QStringLiteral("Canvas/LastPhotoFolder"));
+        QTemporaryDir gone;
+        const QString lastFolder = gone.filePath(QStringLiteral("flight 2"));
+        QVERIFY(QDir().mkpath(lastFolder));
+        QStringList starts;
+        QStringList answer{QDir(lastFolder).filePath(QStringLiteral("IMG_9.jpg"))};
+        FileDialog::setHandler([&](const FileDialog::Request& r) {
+            starts << r.directory;
+            return answer;
+        });
+        {
+            PhotoPreview canvas;
+            canvas.browseForPhotos();
+        }
+        answer.clear();
+        PhotoPreview nextSession;
+        nextSession.browseForPhotos();
+        QVERIFY(QDir(lastFolder).removeRecursively());
+        nextSession.browseForPhotos();
+        QCOMPARE(starts.size(), 3);
+        QCOMPARE(starts.at(1), lastFolder);
+        QCOMPARE(starts.at(2), gone.path());
+        QVERIFY(KeelCore::waitForIdle());
+    }
 
     void addPhotosButtonTakesFilesAndFolders()
     {
