@@ -9,6 +9,7 @@ PACKAGES=(
   qtwebengine5-dev libqt5webchannel5-dev
   libproj-dev proj-data proj-bin libsqlite3-dev
   libexif-dev libjpeg-dev
+  libopencv-imgproc-dev libopencv-contrib-dev
   libjs-leaflet libjs-leaflet.markercluster
   libboost-filesystem-dev libboost-thread-dev libtbb-dev
   xvfb xauth imagemagick libimage-exiftool-perl

@@ -14,20 +14,23 @@ const double kDefaultFovDegrees = 84.0;
 const double kDefaultHeight = 120.0;
 const double kMargin = 1.25;
 const double kRectangleMargin = 1.10;
+} // namespace
 
-// East and north offsets in metres from (lon1, lat1) to (lon2, lat2).
-void offsets(double lon1, double lat1, double lon2, double lat2, double* east, double* north)
+void groundOffset(double lon1, double lat1, double lon2, double lat2, double* east, double* north)
 {
+    // The ellipsoid's radii of curvature at the mid latitude: exact to
+    // centimetres over a flight, which pixel predictions need.
     const double latMid = (lat1 + lat2) * 0.5 * kPi / 180.0;
+    const double e2 = 0.00669437999014, a = 6378137.0;
+    const double w = std::sqrt(1.0 - e2 * std::sin(latMid) * std::sin(latMid));
     double dLon = lon2 - lon1;
     if (dLon > 180.0)
         dLon -= 360.0;
     else if (dLon < -180.0)
         dLon += 360.0;
-    *east = dLon * 111320.0 * std::cos(latMid);
-    *north = (lat2 - lat1) * 110574.0;
+    *east = dLon * kPi / 180.0 * a / w * std::cos(latMid);
+    *north = (lat2 - lat1) * kPi / 180.0 * a * (1.0 - e2) / (w * w * w);
 }
-} // namespace
 
 double heightAbovePoint(const PhotoGeo& photo, const GroundPoint& point)
 {
@@ -56,7 +59,7 @@ double footprintHalfDiagonal(const PhotoGeo& photo, const GroundPoint& point)
 double groundDistance(double lon1, double lat1, double lon2, double lat2)
 {
     double dx = 0, dy = 0;
-    offsets(lon1, lat1, lon2, lat2, &dx, &dy);
+    groundOffset(lon1, lat1, lon2, lat2, &dx, &dy);
     return std::sqrt(dx * dx + dy * dy);
 }
 
@@ -65,7 +68,7 @@ QVector<double> photoHeadings(const QVector<PhotoGeo>& photos)
     QVector<double> headings(photos.size(), qQNaN());
     auto bearing = [&](int a, int b) {
         double east = 0, north = 0;
-        offsets(photos.at(a).longitude, photos.at(a).latitude, photos.at(b).longitude, photos.at(b).latitude, &east,
+        groundOffset(photos.at(a).longitude, photos.at(a).latitude, photos.at(b).longitude, photos.at(b).latitude, &east,
                 &north);
         return std::hypot(east, north) < 0.5 ? qQNaN() : std::atan2(east, north) * 180.0 / kPi;
     };
@@ -103,7 +106,7 @@ QStringList photosNearPoint(const QVector<PhotoGeo>& photos, const GroundPoint& 
         if (!photo.hasGps)
             continue;
         double east = 0, north = 0;
-        offsets(photo.longitude, photo.latitude, point.longitude, point.latitude, &east, &north);
+        groundOffset(photo.longitude, photo.latitude, point.longitude, point.latitude, &east, &north);
         const double distance = std::hypot(east, north);
         const double halfDiagonal = footprintHalfDiagonal(photo, point);
         if (distance > kMargin * halfDiagonal)

@@ -21,6 +21,7 @@ struct PhotoGeo {
     double focalLength35mm = 0.0;
     QSize pixelSize;
     double yawDegrees = qQNaN();
+    double pitchDegrees = qQNaN(); // -90 = nadir
 };
 
 // A point on the ground in WGS 84 degrees; z is its height when known.
@@ -39,6 +40,8 @@ double heightAbovePoint(const PhotoGeo& photo, const GroundPoint& point);
 double diagonalFieldOfView(const PhotoGeo& photo);
 // Half the diagonal of the photo's nadir footprint on the ground, in metres.
 double footprintHalfDiagonal(const PhotoGeo& photo, const GroundPoint& point);
+// East and north offsets in metres from (lon1, lat1) to (lon2, lat2).
+void groundOffset(double lon1, double lat1, double lon2, double lat2, double* east, double* north);
 // Horizontal distance in metres (local flat approximation, fine below a
 // few kilometres).
 double groundDistance(double lon1, double lat1, double lon2, double lat2);

@@ -23,6 +23,7 @@ PhotoGeo readPhotoGeo(const QString& path)
     geo.focalLength35mm = info.focalLength35mm;
     geo.pixelSize = info.pixelSize;
     geo.yawDegrees = info.yawDegrees;
+    geo.pitchDegrees = info.pitchDegrees;
     return geo;
 }
 

@@ -1,8 +1,8 @@
 #include "LxMagnifyingGlass.h"
 
 #include <keelcore/Dispatch.h>
+#include <utilities/ImageRegion.h>
 
-#include <QImageReader>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -83,20 +83,8 @@ void LxMagnifyingGlass::requestRegion()
     const QString path = m_path;
     const auto self = weakRef();
     KeelCore::dispatchAsync(KeelCore::QosUserInitiated, [self, path, region, request] {
-        QImageReader reader(path);
-        reader.setAutoTransform(true);
-        const QRect clip = region.intersected(QRect(QPoint(), reader.size()));
-        // Only the part shown; orientation makes a clip ambiguous, so such
-        // photos are read whole and cut.
-        QImage part;
-        if (reader.transformation() == QImageIOHandler::TransformationNone && !clip.isEmpty()) {
-            reader.setClipRect(clip);
-            part = reader.read();
-        } else {
-            const QImage whole = reader.read();
-            part = whole.copy(region.intersected(whole.rect()));
-        }
-        const QPoint origin = region.intersected(QRect(QPoint(), reader.size())).topLeft();
+        QPoint origin;
+        const QImage part = Utilities::readImageRegion(path, region, false, &origin);
         KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, part, origin, request] {
             LxMagnifyingGlass* loupe = self.lock();
             if (!loupe || request != loupe->m_request)

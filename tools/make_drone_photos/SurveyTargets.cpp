@@ -1,5 +1,7 @@
 #include "SurveyTargets.h"
 
+#include <opencv2/aruco.hpp>
+
 #include <QPainter>
 #include <QTransform>
 
@@ -40,7 +42,8 @@ std::vector<SurveyTarget> placeTargets(int n, const FlightPlan& plan, std::uint3
         const std::uint32_t h = hash3(i, 17, seed ^ 0x7A76E75u);
         const double u = ((h & 0xFFFF) / 65535.0), v = (((h >> 16) & 0xFFFF) / 65535.0);
         SurveyTarget t;
-        t.name = QStringLiteral("GCP%1").arg(i + 1);
+        t.id = i + 1;
+        t.name = QStringLiteral("GCP%1").arg(t.id);
         t.east = east0 + marginE + u * std::max(0.0, east1 - east0 - 2 * marginE);
         t.north = north0 + marginN + v * std::max(0.0, north1 - north0 - 2 * marginN);
         targets.push_back(t);
@@ -53,7 +56,8 @@ QPointF groundToImage(const QSize& image, const GroundView& view, double east, d
     return toImage(image, view).map(QPointF(east, north));
 }
 
-void paintTargets(QImage& image, const GroundView& view, const std::vector<SurveyTarget>& targets, double metres)
+void paintTargets(QImage& image, const GroundView& view, const std::vector<SurveyTarget>& targets, double metres,
+                  bool coded)
 {
     QPainter p(&image);
     p.setRenderHint(QPainter::Antialiasing, true);
@@ -65,8 +69,19 @@ void paintTargets(QImage& image, const GroundView& view, const std::vector<Surve
         p.setBrush(Qt::white);
         p.drawRect(QRectF(c - QPointF(h * 1.5, h * 1.5), QSizeF(metres * 1.5, metres * 1.5)));
         p.setBrush(QColor(20, 20, 20));
-        p.drawRect(QRectF(c, QSizeF(h, h)));                 // north-east
-        p.drawRect(QRectF(c - QPointF(h, h), QSizeF(h, h))); // south-west
+        if (!coded) {
+            p.drawRect(QRectF(c, QSizeF(h, h)));                 // north-east
+            p.drawRect(QRectF(c - QPointF(h, h), QSizeF(h, h))); // south-west
+            continue;
+        }
+        cv::Mat bits;
+        cv::aruco::drawMarker(cv::aruco::getPredefinedDictionary(cv::aruco::DICT_4X4_250), t.id, 6, bits, 1);
+        const double cell = metres / 6.0;
+        // The marker's top row lies to the north.
+        for (int row = 0; row < 6; ++row)
+            for (int col = 0; col < 6; ++col)
+                if (bits.at<uchar>(row, col) < 128)
+                    p.drawRect(QRectF(t.east - h + col * cell, t.north + h - (row + 1) * cell, cell, cell));
     }
 }
 

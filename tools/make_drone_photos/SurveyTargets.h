@@ -18,6 +18,7 @@ namespace Tools {
 // the quadrants meet.
 struct SurveyTarget {
     QString name;
+    int id = 0; // the number in its name
     double east = 0.0; // metres from the block centre
     double north = 0.0;
 };
@@ -31,7 +32,10 @@ std::vector<SurveyTarget> placeTargets(int n, const FlightPlan& plan, std::uint3
 QPointF groundToImage(const QSize& image, const GroundView& view, double east, double north);
 
 // Paints the targets of size `metres` (the checker's side) into the photo.
-void paintTargets(QImage& image, const GroundView& view, const std::vector<SurveyTarget>& targets, double metres);
+// Coded targets are 4x4 ArUco markers (dictionary of 250, id = the
+// target's number) of that side, black border included.
+void paintTargets(QImage& image, const GroundView& view, const std::vector<SurveyTarget>& targets, double metres,
+                  bool coded = false);
 
 } // namespace Tools
 } // namespace Zyn

@@ -48,6 +48,7 @@ struct Options
     int jobs = 1;
     int gcps = 0;
     double targetSize = 1.0;
+    bool codedTargets = false;
 };
 
 // The targets' ground truth beside the photos: their coordinates in the
@@ -167,8 +168,9 @@ bool parseOptions(const QCoreApplication& app, Options& o, QString& error)
     const QCommandLineOption jobs(QStringLiteral("jobs"), QStringLiteral("Parallel workers (default: cores)."), QStringLiteral("N"));
     const QCommandLineOption gcps(QStringLiteral("gcps"), QStringLiteral("Survey targets painted on the ground, with truth files (default 0)."), QStringLiteral("N"));
     const QCommandLineOption targetSize(QStringLiteral("target-size"), QStringLiteral("Side of a target's black-and-white square in metres (default 1)."), QStringLiteral("METERS"));
+    const QCommandLineOption coded(QStringLiteral("coded-targets"), QStringLiteral("Paint the targets as 4x4 ArUco coded targets (id = the number in the name)."));
     parser.addOptions({out, count, lat, lon, alt, agl, width, height, noGps, zeroGps, quality, seed, sizeMb, jobs, gcps,
-                       targetSize});
+                       targetSize, coded});
     parser.process(app);
 
     for (const QCommandLineOption* required : {&out, &count, &lat, &lon, &alt}) {
@@ -234,6 +236,7 @@ bool parseOptions(const QCoreApplication& app, Options& o, QString& error)
         return false;
     if (parser.isSet(gcps) && !integer(gcps, o.gcps, 0, 100))
         return false;
+    o.codedTargets = parser.isSet(coded);
     if (parser.isSet(targetSize) && !number(targetSize, o.targetSize, 0.1, 50.0))
         return false;
     return true;
@@ -303,7 +306,7 @@ int main(int argc, char** argv)
             const GroundView view = viewOf(s, plan, o);
             texture.render(image, view);
             texture.addGrain(image, view, grain, o.seed ^ std::uint32_t(i * 7919 + 1));
-            paintTargets(image, view, targets, o.targetSize);
+            paintTargets(image, view, targets, o.targetSize, o.codedTargets);
 
             const std::uint32_t h = hash3(i, 0, o.seed ^ 0x5EEDu);
             PhotoExif exif;

@@ -1,0 +1,70 @@
+#include "CodedTargets.h"
+
+#include <opencv2/aruco.hpp>
+#include <opencv2/core.hpp>
+
+#include <QRegularExpression>
+
+#include <cmath>
+
+namespace Zyn {
+namespace AppGcp {
+
+namespace {
+cv::Ptr<cv::aruco::Dictionary> dictionary()
+{
+    return cv::aruco::getPredefinedDictionary(cv::aruco::DICT_4X4_250);
+}
+
+// Where the lines through opposite corners meet.
+QPointF diagonalsMeet(const std::vector<cv::Point2f>& c)
+{
+    const QPointF a(c[0].x, c[0].y), b(c[2].x, c[2].y), p(c[1].x, c[1].y), q(c[3].x, c[3].y);
+    const QPointF r = b - a, s = q - p;
+    const double cross = r.x() * s.y() - r.y() * s.x();
+    if (std::abs(cross) < 1e-9)
+        return (a + b + p + q) / 4.0;
+    const QPointF d = p - a;
+    const double t = (d.x() * s.y() - d.y() * s.x()) / cross;
+    return a + r * t;
+}
+} // namespace
+
+QVector<CodedTarget> detectCodedTargets(const QImage& grey)
+{
+    QVector<CodedTarget> found;
+    if (grey.isNull() || grey.format() != QImage::Format_Grayscale8)
+        return found;
+    const cv::Mat image(grey.height(), grey.width(), CV_8UC1, const_cast<uchar*>(grey.constBits()),
+                        size_t(grey.bytesPerLine()));
+    cv::Ptr<cv::aruco::DetectorParameters> parameters = cv::aruco::DetectorParameters::create();
+    parameters->cornerRefinementMethod = cv::aruco::CORNER_REFINE_SUBPIX;
+    // A wrong id is worse than a missed target: correct few bits only.
+    parameters->errorCorrectionRate = 0.3;
+    std::vector<int> ids;
+    std::vector<std::vector<cv::Point2f>> corners;
+    cv::aruco::detectMarkers(image, dictionary(), corners, ids, parameters);
+    for (size_t i = 0; i < ids.size(); ++i) {
+        CodedTarget t;
+        t.id = ids[i];
+        t.centre = diagonalsMeet(corners[i]);
+        t.widthPx = (cv::norm(corners[i][0] - corners[i][1]) + cv::norm(corners[i][1] - corners[i][2])
+                     + cv::norm(corners[i][2] - corners[i][3]) + cv::norm(corners[i][3] - corners[i][0]))
+                    / 4.0;
+        found << t;
+    }
+    return found;
+}
+
+int codedTargetIdOfName(const QString& name)
+{
+    static const QRegularExpression pattern(QStringLiteral("^\\s*[A-Za-z_\\- ]*?\\s*0*(\\d{1,3})\\s*$"));
+    const QRegularExpressionMatch m = pattern.match(name);
+    if (!m.hasMatch())
+        return -1;
+    const int id = m.captured(1).toInt();
+    return id < 250 ? id : -1;
+}
+
+} // namespace AppGcp
+} // namespace Zyn

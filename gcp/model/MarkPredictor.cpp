@@ -1,0 +1,193 @@
+#include "MarkPredictor.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace Zyn {
+namespace AppGcp {
+
+namespace {
+const double kPi = 3.14159265358979323846;
+const double kFullFrameDiagonalMm = 43.2666;
+// Uncertainty of a prediction: consumer GPS puts the camera within a few
+// metres; heading and focal length err by a few per cent of the distance
+// from the photo's centre. Markers remove the common GPS bias; what stays
+// is each photo's own jitter.
+const double kGpsErrorMetres = 3.0;
+const double kCalibratedErrorMetres = 1.2;
+const double kAngularError = 0.08;
+const double kCalibratedAngularError = 0.03;
+const double kMinRadiusPx = 12.0;
+
+struct Vec3 {
+    double x, y, z;
+};
+double dot(const Vec3& a, const Vec3& b) { return a.x * b.x + a.y * b.y + a.z * b.z; }
+
+struct Axes {
+    Vec3 right, down, view; // image x, image y, optical axis (east, north, up)
+};
+
+Axes axesOf(const PhotoCamera& c)
+{
+    const double h = c.headingDeg * kPi / 180.0, t = c.tiltDeg * kPi / 180.0;
+    const Vec3 forward{std::sin(h), std::cos(h), 0.0};
+    const Vec3 right{std::cos(h), -std::sin(h), 0.0};
+    // Nadir: the image's top looks along the heading; a tilt turns the
+    // view forward about the image's x axis.
+    const Vec3 view{forward.x * std::sin(t), forward.y * std::sin(t), -std::cos(t)};
+    const Vec3 down{-forward.x * std::cos(t), -forward.y * std::cos(t), -std::sin(t)};
+    return {right, down, view};
+}
+
+QPointF principalPoint(const PhotoCamera& c)
+{
+    return QPointF(c.size.width() / 2.0 - 0.5, c.size.height() / 2.0 - 0.5);
+}
+} // namespace
+
+MarkPredictor::MarkPredictor(const QVector<PhotoGeo>& photos)
+    : m_photos(photos), m_headings(photoHeadings(photos))
+{
+}
+
+int MarkPredictor::indexOf(const QString& path) const
+{
+    for (int i = 0; i < m_photos.size(); ++i)
+        if (m_photos.at(i).path == path)
+            return i;
+    return -1;
+}
+
+PhotoCamera MarkPredictor::camera(int photo, const GroundPoint& point) const
+{
+    PhotoCamera c;
+    if (photo < 0 || photo >= m_photos.size())
+        return c;
+    const PhotoGeo& g = m_photos.at(photo);
+    if (!g.hasGps || g.pixelSize.isEmpty() || !std::isfinite(m_headings.at(photo)))
+        return c;
+    c.longitude = g.longitude;
+    c.latitude = g.latitude;
+    c.height = heightAbovePoint(g, point);
+    c.headingDeg = m_headings.at(photo);
+    c.tiltDeg = std::isfinite(g.pitchDegrees) ? std::clamp(g.pitchDegrees + 90.0, 0.0, 60.0) : 0.0;
+    c.size = QSizeF(g.pixelSize);
+    const double diagonal = std::hypot(c.size.width(), c.size.height());
+    c.focalPx = g.focalLength35mm > 0.0 ? g.focalLength35mm / kFullFrameDiagonalMm * diagonal
+                                        : diagonal / 2.0 / std::tan(diagonalFieldOfView(g) * kPi / 360.0);
+    c.valid = c.height > 0.0 && c.focalPx > 0.0;
+    return c;
+}
+
+bool MarkPredictor::project(int photo, const GroundPoint& point, double east, double north, QPointF* pixel) const
+{
+    const PhotoCamera c = camera(photo, point);
+    if (!c.valid)
+        return false;
+    double e = 0, n = 0;
+    groundOffset(c.longitude, c.latitude, point.longitude, point.latitude, &e, &n);
+    const Vec3 d{e + east, n + north, -c.height};
+    const Axes axes = axesOf(c);
+    const double depth = dot(d, axes.view);
+    if (depth < 0.1)
+        return false;
+    *pixel = principalPoint(c) + QPointF(dot(d, axes.right), dot(d, axes.down)) * (c.focalPx / depth);
+    return true;
+}
+
+bool MarkPredictor::unproject(int photo, const GroundPoint& point, const QPointF& pixel, double* east,
+                              double* north) const
+{
+    const PhotoCamera c = camera(photo, point);
+    if (!c.valid)
+        return false;
+    const Axes axes = axesOf(c);
+    const QPointF p = (pixel - principalPoint(c)) / c.focalPx;
+    const Vec3 ray{axes.view.x + p.x() * axes.right.x + p.y() * axes.down.x,
+                   axes.view.y + p.x() * axes.right.y + p.y() * axes.down.y,
+                   axes.view.z + p.x() * axes.right.z + p.y() * axes.down.z};
+    if (ray.z > -1e-6)
+        return false; // above the horizon
+    const double s = c.height / -ray.z;
+    double e = 0, n = 0;
+    groundOffset(c.longitude, c.latitude, point.longitude, point.latitude, &e, &n);
+    *east = s * ray.x - e;
+    *north = s * ray.y - n;
+    return true;
+}
+
+QPointF MarkPredictor::groundBias(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const
+{
+    std::vector<double> east, north;
+    for (const auto& mark : marks) {
+        double e = 0, n = 0;
+        if (unproject(mark.first, point, mark.second, &e, &n)) {
+            east.push_back(e);
+            north.push_back(n);
+        }
+    }
+    if (east.empty())
+        return {};
+    // The median: one misplaced marker must not drag every prediction.
+    auto median = [](std::vector<double>& v) {
+        std::sort(v.begin(), v.end());
+        const size_t m = v.size() / 2;
+        return v.size() % 2 ? v[m] : (v[m - 1] + v[m]) / 2.0;
+    };
+    return QPointF(median(east), median(north));
+}
+
+QVector<MarkPrediction> MarkPredictor::predict(const QStringList& paths, const GroundPoint& point,
+                                               const QPointF& bias, bool calibrated) const
+{
+    QVector<MarkPrediction> out;
+    for (const QString& path : paths) {
+        const int i = indexOf(path);
+        const PhotoCamera c = camera(i, point);
+        MarkPrediction p;
+        p.path = path;
+        if (!c.valid || !project(i, point, bias.x(), bias.y(), &p.pixel))
+            continue;
+        p.metresPerPixel = c.height / c.focalPx;
+        const double fromCentre = std::hypot(p.pixel.x() - principalPoint(c).x(), p.pixel.y() - principalPoint(c).y());
+        p.radius = std::max(kMinRadiusPx, (calibrated ? kCalibratedErrorMetres : kGpsErrorMetres) / p.metresPerPixel
+                                              + fromCentre * (calibrated ? kCalibratedAngularError : kAngularError));
+        p.inside = p.pixel.x() >= -0.5 && p.pixel.y() >= -0.5 && p.pixel.x() <= c.size.width() - 0.5
+                   && p.pixel.y() <= c.size.height() - 0.5;
+        out << p;
+    }
+    return out;
+}
+
+bool MarkPredictor::localMap(int from, int to, const GroundPoint& point, const QPointF& bias,
+                             QTransform* toFrom) const
+{
+    // Jacobians of pixel by ground offset, from one metre steps.
+    auto jacobian = [&](int photo, double j[4]) {
+        QPointF o, e, n;
+        if (!project(photo, point, bias.x(), bias.y(), &o) || !project(photo, point, bias.x() + 1, bias.y(), &e)
+            || !project(photo, point, bias.x(), bias.y() + 1, &n))
+            return false;
+        j[0] = e.x() - o.x();
+        j[1] = n.x() - o.x();
+        j[2] = e.y() - o.y();
+        j[3] = n.y() - o.y();
+        return true;
+    };
+    double a[4], b[4];
+    if (!jacobian(from, a) || !jacobian(to, b))
+        return false;
+    const double det = b[0] * b[3] - b[1] * b[2];
+    if (std::abs(det) < 1e-12)
+        return false;
+    const double inv[4] = {b[3] / det, -b[1] / det, -b[2] / det, b[0] / det};
+    const double m[4] = {a[0] * inv[0] + a[1] * inv[2], a[0] * inv[1] + a[1] * inv[3], a[2] * inv[0] + a[3] * inv[2],
+                         a[2] * inv[1] + a[3] * inv[3]};
+    // QTransform maps (x, y) to (m11 x + m21 y, m12 x + m22 y).
+    *toFrom = QTransform(m[0], m[2], m[1], m[3], 0.0, 0.0);
+    return true;
+}
+
+} // namespace AppGcp
+} // namespace Zyn
