@@ -4,6 +4,7 @@
 #include <keelcore/Dispatch.h>
 #include <make_drone_photos/TargetTruth.h>
 #include <support/TestSupport.h>
+#include <utilities/ImageRegion.h>
 
 #include <QDir>
 #include <QFile>
@@ -123,6 +124,110 @@ private slots:
         QVERIFY2(close >= 0.9 * shown, qPrintable(figures));
         QVERIFY2(close == found, qPrintable(figures));
         QVERIFY2(wrong <= 0.02 * std::max(notShown, 1) + 0.5, qPrintable(figures));
+    }
+
+    // Printed coded targets: found on every photo that shows them, at their
+    // centre, never with another id.
+    void codedTargetsFound()
+    {
+        QTemporaryDir dir;
+        QStringList args = kFlight;
+        args.replace(args.indexOf(QStringLiteral("30")), QStringLiteral("12"));
+        const QStringList photos = Zyn::TestSupport::makeDronePhotos(dir.path(), args << QStringLiteral("--coded-targets"));
+        QCOMPARE(photos.size(), 12);
+        const TargetTruth truth = Zyn::Tools::readTargetTruth(dir.path());
+        int shown = 0, found = 0, wrong = 0;
+        for (const QString& path : photos) {
+            QHash<int, QPointF> expected;
+            for (const auto& p : truth.pixels)
+                if (p.image == QFileInfo(path).fileName())
+                    expected.insert(codedTargetIdOfName(p.point), markerCoords(p.pixel));
+            shown += expected.size();
+            for (const CodedTarget& t :
+                 detectCodedTargets(Zyn::Utilities::readImageRegion(path, QRect(0, 0, 9999, 9999), true))) {
+                if (expected.contains(t.id) && QLineF(t.centre, expected.value(t.id)).length() <= 1.0)
+                    ++found;
+                else
+                    ++wrong;
+            }
+        }
+        QVERIFY(shown > 10);
+        QVERIFY2(found >= 0.95 * shown && wrong == 0,
+                 qPrintable(QStringLiteral("%1 of %2, %3 wrong").arg(found).arg(shown).arg(wrong)));
+    }
+
+    void targetIdOfName_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("id");
+        QTest::newRow("number") << "12" << 12;
+        QTest::newRow("prefix") << "GCP12" << 12;
+        QTest::newRow("letter, space") << "T 7" << 7;
+        QTest::newRow("leading zeros") << "gcp-012" << 12;
+        QTest::newRow("two numbers") << "A1B2" << -1;
+        QTest::newRow("beyond the dictionary") << "GCP250" << -1;
+        QTest::newRow("no number") << "Church" << -1;
+    }
+    void targetIdOfName()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, id);
+        QCOMPARE(codedTargetIdOfName(name), id);
+    }
+
+    // No suggestion and no error when the help cannot work.
+    void degradesQuietly_data()
+    {
+        QTest::addColumn<int>("fault");
+        QTest::newRow("a photo that cannot be decoded") << 0;
+        QTest::newRow("a point without coordinates") << 1;
+        QTest::newRow("a flight without GPS") << 2;
+    }
+    void degradesQuietly()
+    {
+        QFETCH(int, fault);
+        const QString point = m_truth.points.first().name;
+        const QHash<QString, QPointF> truth = m_truth.pixelsOf(point);
+        QStringList photos;
+        for (const QString& path : m_photos)
+            if (truth.contains(QFileInfo(path).fileName()))
+                photos << path;
+        QTemporaryDir dir;
+        PhotoGeoCache cache;
+        if (fault == 0) {
+            // Its metadata intact, its image data cut short.
+            QFile whole(photos.at(1));
+            QVERIFY(whole.open(QIODevice::ReadOnly));
+            const QString cut = dir.filePath(QStringLiteral("cut.jpg"));
+            QFile part(cut);
+            QVERIFY(part.open(QIODevice::WriteOnly));
+            part.write(whole.read(40000));
+            part.close();
+            photos[1] = cut;
+        } else if (fault == 2) {
+            QStringList args = kFlight;
+            args << QStringLiteral("--no-gps") << QStringLiteral("30");
+            photos = Zyn::TestSupport::makeDronePhotos(dir.path(), args).mid(0, 8);
+        }
+        const QPointF t = truth.value(QFileInfo(photos.first()).fileName());
+        GcpMarker mark;
+        mark.image = photos.first();
+        mark.pixel = QPoint(int(t.x()), int(t.y()));
+        MarkSuggester suggester;
+        suggester.setGeoCache(&cache);
+        suggester.setPhotos(photos);
+        QSignalSpy progress(&suggester, &MarkSuggester::progress);
+        QSignalSpy predicted(&suggester, &MarkSuggester::predictionsChanged);
+        suggester.setPoint(point, fault == 1 ? GroundPoint() : groundOf(m_truth, point), fault != 1, {mark});
+        // Without a position nothing is searched; else a search runs and ends.
+        QTRY_VERIFY_WITH_TIMEOUT(fault == 1 || (!progress.isEmpty() && !suggester.isBusy()), 20000);
+        if (fault == 0) {
+            QVERIFY(!suggester.hasSuggestion(point, photos.at(1)));
+            QVERIFY(suggester.suggestedPhotos(point).size() >= 2); // the others still helped
+        } else {
+            QVERIFY(suggester.predictions().isEmpty());
+            QVERIFY(suggester.suggestedPhotos(point).isEmpty());
+        }
     }
 
 private:
