@@ -2,12 +2,15 @@
 
 #include "GcpProxyModel.h"
 
+#include <gcp/model/MarkSuggester.h>
 #include <gcp/model/PhotoGeoCache.h>
 #include <keelcore/Dispatch.h>
 #include <uitoolkit/ThumbnailDelegate.h>
 #include <uitoolkit/ThumbnailListModel.h>
 
 #include <QPainter>
+
+#include <algorithm>
 
 namespace Zyn {
 namespace AppGcp {
@@ -17,13 +20,18 @@ namespace {
 class BadgeDelegate : public UiToolkit::ThumbnailDelegate {
 public:
     std::function<QColor(const QString&)> badge;
+    std::function<void(QPainter*, const QRect&, const QString&)> assist;
 
 protected:
     void paintDecoration(QPainter* painter, const QRect& area, const QModelIndex& index) const override
     {
-        const QColor colour = badge ? badge(index.data(UiToolkit::ThumbnailListModel::PathRole).toString()) : QColor();
-        if (!colour.isValid())
+        const QString path = index.data(UiToolkit::ThumbnailListModel::PathRole).toString();
+        const QColor colour = badge ? badge(path) : QColor();
+        if (!colour.isValid()) {
+            if (assist)
+                assist(painter, area, path);
             return;
+        }
         painter->save();
         painter->setRenderHint(QPainter::Antialiasing);
         const QRectF circle(area.right() - 26, area.top() + 6, 20, 20);
@@ -44,6 +52,44 @@ GcpThumbnailVC::GcpThumbnailVC(QObject* parent)
     static_cast<BadgeDelegate*>(delegate())->badge = [this](const QString& path) {
         return m_marked.contains(path) ? m_colour : QColor();
     };
+    static_cast<BadgeDelegate*>(delegate())->assist = [this](QPainter* painter, const QRect& area, const QString& path) {
+        if (!m_assist || m_assistPoint.isEmpty())
+            return;
+        painter->save();
+        painter->setRenderHint(QPainter::Antialiasing);
+        const MarkPrediction p = m_assist->prediction(path);
+        if (m_assist->hasPrediction(path) && p.inside && !p.imageSize.isEmpty()) {
+            // Where the photo sits in the tile, as the delegate fits it.
+            const QSizeF fitted = p.imageSize.scaled(QSizeF(area.size()), Qt::KeepAspectRatio);
+            const QPointF origin(area.left() + (area.width() - fitted.width()) / 2,
+                                 area.top() + (area.height() - fitted.height()) / 2);
+            const double k = fitted.width() / p.imageSize.width();
+            const QPointF c = origin + (p.pixel + QPointF(0.5, 0.5)) * k;
+            const double r = std::max(4.0, p.radius * k);
+            painter->setPen(QPen(QColor(0, 0, 0, 150), 3));
+            painter->drawEllipse(c, r, r);
+            painter->setPen(QPen(m_colour, 1.5));
+            painter->drawEllipse(c, r, r);
+        }
+        if (m_assist->hasSuggestion(m_assistPoint, path)) {
+            const QString text = tr("suggested");
+            const QRectF box(area.right() - painter->fontMetrics().horizontalAdvance(text) - 16, area.top() + 6,
+                             painter->fontMetrics().horizontalAdvance(text) + 10, 20);
+            painter->setPen(QPen(m_colour, 2));
+            painter->setBrush(QColor(0, 0, 0, 170));
+            painter->drawRoundedRect(box, 4, 4);
+            painter->setPen(Qt::white);
+            painter->drawText(box, Qt::AlignCenter, text);
+        }
+        painter->restore();
+    };
+}
+
+void GcpThumbnailVC::setAssist(MarkSuggester* suggester, const QString& point)
+{
+    m_assist = suggester;
+    m_assistPoint = point;
+    refresh();
 }
 
 GcpThumbnailVC::~GcpThumbnailVC() = default;

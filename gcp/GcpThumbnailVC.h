@@ -15,6 +15,7 @@ namespace Zyn {
 namespace AppGcp {
 
 class GcpProxyModel;
+class MarkSuggester;
 
 
 // The marker editor's photo browser: a badge in the selected point's colour
@@ -30,6 +31,8 @@ public:
     // The photos carrying the badge, and its colour.
     void setMarked(const QSet<QString>& paths, const QColor& colour);
     QSet<QString> marked() const { return m_marked; }
+    // Draws the point's predicted circle and a "suggested" badge.
+    void setAssist(MarkSuggester* suggester, const QString& point);
 
     // Narrows the photos to those near the point; afterGPSFiltered(count)
     // follows, also when the point has no position (then nothing passes).
@@ -46,6 +49,8 @@ private:
     void finishFilter(const QStringList& passing, int request);
 
     QPointer<PhotoGeoCache> m_cache;
+    QPointer<MarkSuggester> m_assist;
+    QString m_assistPoint;
     QSet<QString> m_marked;
     QColor m_colour;
     GroundPoint m_point;

@@ -4,6 +4,7 @@
 #include <uitoolkit/LxMagnifyingGlass.h>
 #include <uitoolkit/LxPixelMarker.h>
 
+#include <QLineF>
 #include <QMouseEvent>
 #include <QPainter>
 
@@ -218,16 +219,11 @@ void ImagePane::mouseReleaseEvent(QMouseEvent* event)
     }
     if (m_locked || m_gcpName.isEmpty() || event->button() != Qt::LeftButton || !isMouseOnImage(event->pos()))
         return;
-    const QPoint pixel = getSourcePoint(event->pos());
-    m_undo = {true, m_marker->isPlaced(), m_marker->coordinates()};
-    placeAt(pixel, true);
-    m_marker->SetPosition(event->pos());
-    m_marker->show();
-    emit markerPlaced();
-    emit markerChanged();
-    m_glass->setImage(getOriginalImage());
-    m_glass->OnCoordsChanged(pixel);
-    placeMagnifier();
+    QPoint pixel = getSourcePoint(event->pos());
+    // A click on a suggestion takes the suggestion's pixel.
+    if (m_hasSuggestion && QLineF(event->pos(), localPointF(QPointF(suggestionPixel()) + QPointF(0.5, 0.5))).length() <= 12.0)
+        pixel = suggestionPixel();
+    placeByUser(pixel, event->pos());
 }
 
 void ImagePane::mouseDoubleClickEvent(QMouseEvent* event)
@@ -386,6 +382,79 @@ void ImagePane::paintImage(QPainter& painter, const QRect& exposed)
     painter.setPen(QPen(QColor(0x90, 0x90, 0x90), 1));
     painter.setBrush(Qt::NoBrush);
     painter.drawRect(bound.adjusted(0, 0, -1, -1));
+    paintAssist(painter);
+}
+
+void ImagePane::placeByUser(const QPoint& pixel, const QPoint& widgetPos)
+{
+    m_undo = {true, m_marker->isPlaced(), m_marker->coordinates()};
+    placeAt(pixel, true);
+    m_marker->SetPosition(widgetPos);
+    m_marker->show();
+    emit markerPlaced();
+    emit markerChanged();
+    m_glass->setImage(getOriginalImage());
+    m_glass->OnCoordsChanged(pixel);
+    placeMagnifier();
+}
+
+void ImagePane::setAssistOverlay(const MarkPrediction* prediction, const MarkSuggestion* suggestion)
+{
+    m_hasPrediction = prediction != nullptr;
+    m_hasSuggestion = suggestion != nullptr;
+    m_prediction = prediction ? *prediction : MarkPrediction();
+    m_suggestion = suggestion ? *suggestion : MarkSuggestion();
+    update();
+}
+
+QPoint ImagePane::suggestionPixel() const
+{
+    return QPoint(qRound(m_suggestion.pixel.x()), qRound(m_suggestion.pixel.y()));
+}
+
+void ImagePane::acceptSuggestion()
+{
+    if (!m_hasSuggestion || m_locked || m_gcpName.isEmpty())
+        return;
+    const QPoint pixel = suggestionPixel();
+    placeByUser(pixel, getLocalPoint(pixel));
+}
+
+void ImagePane::paintAssist(QPainter& painter) const
+{
+    // Marker coordinates put a pixel's centre on whole numbers.
+    auto toWidget = [this](const QPointF& pixel) { return localPointF(pixel + QPointF(0.5, 0.5)); };
+    painter.save();
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setBrush(Qt::NoBrush);
+    if (m_hasPrediction && !m_marker->isPlaced()) {
+        const QPointF c = toWidget(m_prediction.pixel);
+        const double r = std::max(6.0, m_prediction.radius * scale());
+        painter.setPen(QPen(QColor(0, 0, 0, 150), 3));
+        painter.drawEllipse(c, r, r);
+        painter.setPen(QPen(m_colour, 1.5, Qt::DashLine));
+        painter.drawEllipse(c, r, r);
+    }
+    if (m_hasSuggestion && !m_marker->isPlaced()) {
+        const QPointF c = toWidget(m_suggestion.pixel);
+        for (const auto& pen : {QPen(QColor(0, 0, 0, 170), 4), QPen(m_colour, 2)}) {
+            painter.setPen(pen);
+            painter.drawEllipse(c, 10.0, 10.0);
+            painter.drawLine(c + QPointF(-16, 0), c + QPointF(-5, 0));
+            painter.drawLine(c + QPointF(5, 0), c + QPointF(16, 0));
+            painter.drawLine(c + QPointF(0, -16), c + QPointF(0, -5));
+            painter.drawLine(c + QPointF(0, 5), c + QPointF(0, 16));
+        }
+        const QString text = m_suggestion.coded ? tr("%1 suggested (coded target)").arg(m_gcpName)
+                                                : tr("%1 suggested, score %2").arg(m_gcpName).arg(m_suggestion.score, 0, 'f', 2);
+        const QRectF box = QRectF(c + QPointF(18, -28), QSizeF(painter.fontMetrics().horizontalAdvance(text) + 10, 20));
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(0, 0, 0, 170));
+        painter.drawRoundedRect(box, 3, 3);
+        painter.setPen(Qt::white);
+        painter.drawText(box, Qt::AlignCenter, text);
+    }
+    painter.restore();
 }
 
 } // namespace AppGcp

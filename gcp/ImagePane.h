@@ -1,6 +1,8 @@
 #pragma once
 
 #include <gcp/model/GcpInfo.h>
+#include <gcp/model/MarkPredictor.h>
+#include <gcp/model/MarkSuggester.h>
 
 #include <uitoolkit/LxMagnifyingGlass.h>
 #include <uitoolkit/LxPixelMarker.h>
@@ -44,6 +46,14 @@ public:
     UiToolkit::LxMagnifyingGlass* magnifier() const { return m_glass; }
     QList<UiToolkit::LxPixelMarker*> otherMarkers() const;
 
+    // Marking help on this photo: the circle where the point should be and
+    // a suggested marker; null clears either.
+    void setAssistOverlay(const MarkPrediction* prediction, const MarkSuggestion* suggestion);
+    bool hasSuggestion() const { return m_hasSuggestion; }
+    QPoint suggestionPixel() const;
+    // Places the point's marker on the suggestion, as a click would.
+    void acceptSuggestion();
+
 signals:
     void markerAdded(const QString& filePath);
     void markerPlaced();
@@ -74,6 +84,8 @@ private:
     void followView();
     void placeMagnifier();
     QColor colourOf(const QString& name) const;
+    void placeByUser(const QPoint& pixel, const QPoint& widgetPos);
+    void paintAssist(QPainter& painter) const;
 
     MarkerMap* m_markers = nullptr;
     const GcpMap* m_gcps = nullptr;
@@ -93,6 +105,10 @@ private:
     } m_undo;
     bool m_skipRelease = false;
     QCursor m_pickCursor;
+    MarkPrediction m_prediction;
+    MarkSuggestion m_suggestion;
+    bool m_hasPrediction = false;
+    bool m_hasSuggestion = false;
 };
 
 } // namespace AppGcp

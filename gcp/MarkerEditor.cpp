@@ -1,11 +1,13 @@
 #include "MarkerEditor.h"
 #include "ui_MarkerEditor.h"
 
+#include "AssistBar.h"
 #include "GcpProxyModel.h"
 #include "GcpThumbnailVC.h"
 #include "ImagePane.h"
 
 #include <gcp/model/GcpColor.h>
+#include <gcp/model/MarkSuggester.h>
 #include <gcp/model/PhotoGeoCache.h>
 #include <gis/Gis.h>
 #include <uibase/TaskDialog.h>
@@ -35,8 +37,28 @@ MarkerEditor::MarkerEditor(QWidget* parent)
     : QWidget(parent)
     , ui(new Ui::MarkerEditor)
     , m_thumbs(new GcpThumbnailVC(this))
+    , m_assist(new MarkSuggester(this))
 {
     ui->setupUi(this);
+    m_assistBar = new AssistBar(this);
+    m_assistBar->setSuggester(m_assist);
+    // The bar sits in the open page's button row, taking no height of its own.
+    ui->hlayout_filter->insertWidget(1, m_assistBar, 1);
+    connect(ui->stackedWidget, &QStackedWidget::currentChanged, this, [this](int page) {
+        if (page == 0)
+            ui->hlayout_filter->insertWidget(1, m_assistBar, 1);
+        else
+            ui->hlayout_buttons->insertWidget(2, m_assistBar, 1);
+        m_assistBar->show();
+    });
+    connect(m_assistBar, &AssistBar::acceptAllRequested, this, &MarkerEditor::acceptSuggestionsAbove);
+    connect(m_assistBar, &AssistBar::detectRequested, this, &MarkerEditor::detectCodedTargets);
+    connect(m_assist, &MarkSuggester::predictionsChanged, this, &MarkerEditor::showAssistOnPane);
+    connect(this, &MarkerEditor::markerDeleted, this, &MarkerEditor::updateAssist);
+    connect(m_assist, &MarkSuggester::suggestionsChanged, this, [this](const QString& name) {
+        if (name == m_gcpName)
+            showAssistOnPane();
+    });
     setWindowTitle(tr("Survey Points"));
     ui->checkBox_filterByGps->setText(tr("Filter by GPS"));
     ui->label_gcp_info->setText(tr("GCP found on 0 image"));
@@ -57,6 +79,7 @@ MarkerEditor::MarkerEditor(QWidget* parent)
     connect(pane, &ImagePane::markerChanged, this, &MarkerEditor::onMarkChanged);
     connect(pane, &ImagePane::imageShowing, this, &MarkerEditor::imageShowing);
     connect(pane, &ImagePane::markerAdded, this, &MarkerEditor::markerAdded);
+    connect(pane, &ImagePane::markerAdded, this, [this](const QString& path) { m_assist->consume(m_gcpName, path); });
     connect(ui->checkBox_filterByGps, &QCheckBox::toggled, this, &MarkerEditor::on_checkbox_filterByGps_toggled);
     connect(m_thumbs, &GcpThumbnailVC::imageToOpen, this, &MarkerEditor::openImage);
     connect(m_thumbs, &GcpThumbnailVC::imagesChanged, this, &MarkerEditor::onContextShowInfoText);
@@ -104,6 +127,7 @@ void MarkerEditor::setGeoCache(PhotoGeoCache* cache)
 {
     m_geo = cache;
     m_thumbs->setGeoCache(cache);
+    m_assist->setGeoCache(cache);
 }
 
 void MarkerEditor::setFiles(const QStringList& files)
@@ -111,6 +135,7 @@ void MarkerEditor::setFiles(const QStringList& files)
     m_thumbs->setFiles(files);
     if (m_geo)
         m_geo->request(files);
+    m_assist->setPhotos(files);
     onContextShowInfoText();
 }
 
@@ -126,6 +151,7 @@ void MarkerEditor::setCoordSys(const AppCreate::GcpCoordSysInfo& coordSys)
     m_coordSys = coordSys;
     if (isFilterByGpsChecked())
         runGpsFilter();
+    updateAssist();
 }
 
 void MarkerEditor::setCoordsTemplate(const QString& text)
@@ -140,8 +166,10 @@ void MarkerEditor::setSelectedGcp(const QString& name)
         return;
     m_gcpName = name;
     ui->pane_image->setSelectedGcp(name);
+    m_assistBar->setPoint(name);
     updateGcpLabels();
     updateBadges();
+    updateAssist();
     if (isFilterByGpsChecked())
         runGpsFilter();
     onContextShowInfoText();
@@ -235,20 +263,27 @@ void MarkerEditor::on_checkbox_filterByGps_toggled(bool checked)
     onFilteredByGPSCheckedStateChanged(checked);
 }
 
-void MarkerEditor::runGpsFilter()
+GroundPoint MarkerEditor::groundPointOf(const QString& name, bool* valid) const
 {
     GroundPoint point;
-    bool valid = false;
-    if (m_gcps && m_gcps->contains(m_gcpName) && m_coordSys.isValid()) {
-        const GcpInfo gcp = m_gcps->value(m_gcpName);
+    *valid = false;
+    if (m_gcps && m_gcps->contains(name) && m_coordSys.isValid()) {
+        const GcpInfo gcp = m_gcps->value(name);
         double x = gcp.coord1, y = gcp.coord2, z = gcp.coord3;
-        valid = Tarn::GIS::transformCoordToLL84(m_coordSys.code, x, y, z)
-                && Tarn::GIS::isPolarCoordValid(y, x, true);
+        *valid = Tarn::GIS::transformCoordToLL84(m_coordSys.code, x, y, z)
+                 && Tarn::GIS::isPolarCoordValid(y, x, true);
         point.longitude = x;
         point.latitude = y;
         point.z = gcp.coord3;
         point.hasZ = gcp.coord3 != 0.0;
     }
+    return point;
+}
+
+void MarkerEditor::runGpsFilter()
+{
+    bool valid = false;
+    const GroundPoint point = groundPointOf(m_gcpName, &valid);
     ui->checkBox_filterByGps->setText(tr("Filtering by GPS"));
     ui->checkBox_filterByGps->setEnabled(false);
     m_thumbs->startGpsFilter(point, valid);
@@ -336,6 +371,92 @@ void MarkerEditor::onGcpCoordsChanged()
     updateGcpLabels();
     if (isFilterByGpsChecked())
         runGpsFilter();
+    updateAssist();
+}
+
+void MarkerEditor::updateAssist()
+{
+    bool valid = false;
+    const GroundPoint point = groundPointOf(m_gcpName, &valid);
+    m_assist->setPoint(m_gcpName, point, valid, markersOfSelected());
+    showAssistOnPane();
+}
+
+void MarkerEditor::showAssistOnPane()
+{
+    const bool has = m_assist->hasSuggestion(m_gcpName, m_imagePath);
+    const MarkSuggestion suggestion = m_assist->suggestion(m_gcpName, m_imagePath);
+    const MarkPrediction prediction = m_assist->prediction(m_imagePath);
+    ui->pane_image->setAssistOverlay(m_assist->hasPrediction(m_imagePath) && prediction.inside ? &prediction : nullptr,
+                                     has ? &suggestion : nullptr);
+    m_thumbs->setAssist(m_assist, m_gcpName);
+}
+
+bool MarkerEditor::acceptOpenSuggestion()
+{
+    ImagePane* pane = ui->pane_image;
+    if (isShowingThumbnails() || !pane->hasSuggestion() || pane->hasPlacedMarker() || pane->isLocked())
+        return false;
+    pane->acceptSuggestion();
+    openNextSuggestion();
+    return true;
+}
+
+bool MarkerEditor::rejectOpenSuggestion()
+{
+    if (isShowingThumbnails() || !ui->pane_image->hasSuggestion() || ui->pane_image->hasPlacedMarker())
+        return false;
+    m_assist->reject(m_gcpName, m_imagePath);
+    openNextSuggestion();
+    return true;
+}
+
+void MarkerEditor::openNextSuggestion()
+{
+    const QStringList waiting = m_assist->suggestedPhotos(m_gcpName);
+    if (waiting.isEmpty())
+        return;
+    // The next one after the open photo in photo order, else the first.
+    const QStringList files = m_thumbs->files();
+    const int here = files.indexOf(m_imagePath);
+    QString next = waiting.first();
+    for (const QString& path : waiting)
+        if (files.indexOf(path) > here) {
+            next = path;
+            break;
+        }
+    openImage(next);
+}
+
+int MarkerEditor::acceptSuggestionsAbove(double score)
+{
+    if (!m_markers || m_gcpName.isEmpty())
+        return 0;
+    int accepted = 0;
+    const QStringList marked = markedImages();
+    for (const QString& path : m_assist->suggestedPhotos(m_gcpName)) {
+        const MarkSuggestion s = m_assist->suggestion(m_gcpName, path);
+        if (s.score < score || marked.contains(path))
+            continue;
+        GcpMarker marker;
+        marker.image = path;
+        marker.pixel = QPoint(qRound(s.pixel.x()), qRound(s.pixel.y()));
+        (*m_markers)[m_gcpName] << marker;
+        m_assist->consume(m_gcpName, path);
+        ++accepted;
+        emit markerAdded(path);
+    }
+    if (accepted > 0) {
+        refresh();
+        updateAssist();
+        emit markerChanged();
+    }
+    return accepted;
+}
+
+void MarkerEditor::detectCodedTargets()
+{
+    m_assist->detectCodedTargets(m_gcps ? m_gcps->keys() : QStringList(), m_markers ? *m_markers : MarkerMap());
 }
 
 QStringList MarkerEditor::navigationList() const
@@ -369,6 +490,7 @@ void MarkerEditor::openImage(const QString& filePath)
         return;
     ui->pane_image->showImage(filePath);
     m_imagePath = filePath;
+    showAssistOnPane();
     ui->label_image_name->setText(QDir::toNativeSeparators(filePath));
     updateNavigation();
     ui->button_delete_marker->setEnabled(ui->pane_image->hasPlacedMarker());
@@ -385,6 +507,7 @@ void MarkerEditor::enableDeleteButton()
 
 void MarkerEditor::onMarkChanged()
 {
+    updateAssist();
     updateGcpLabels();
     updateBadges();
     onContextShowInfoText();
@@ -501,7 +624,14 @@ void MarkerEditor::keyPressEvent(QKeyEvent* event)
         case Qt::Key_PageDown:
             on_button_next_clicked();
             return;
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+            if (acceptOpenSuggestion())
+                return;
+            break;
         case Qt::Key_Delete:
+            if (rejectOpenSuggestion())
+                return;
             if (ui->button_delete_marker->isEnabled())
                 on_button_delete_marker_clicked();
             return;

@@ -16,7 +16,9 @@ class MarkerEditor;
 namespace Zyn {
 namespace AppGcp {
 
+class AssistBar;
 class GcpThumbnailVC;
+class MarkSuggester;
 class GcpProxyModel;
 class ImagePane;
 
@@ -59,6 +61,13 @@ public:
     QStringList navigationList() const;
     ImagePane* imagePane() const;
     GcpThumbnailVC* thumbnails() const { return m_thumbs; }
+    MarkSuggester* assist() const { return m_assist; }
+    AssistBar* assistBar() const { return m_assistBar; }
+    // Accepts the suggestions of the selected point scoring at least
+    // `score`; answers how many became markers.
+    int acceptSuggestionsAbove(double score);
+    // Finds coded targets on every photo.
+    void detectCodedTargets();
     // Redraws labels, badges and the open photo's markers.
     void refresh();
     // Named as the form's slots, connected by hand: the form has no such
@@ -104,11 +113,19 @@ private:
     void updateGcpLabels();
     void updateBadges();
     void runGpsFilter();
+    GroundPoint groundPointOf(const QString& name, bool* valid) const;
+    void updateAssist();
+    void showAssistOnPane();
+    bool acceptOpenSuggestion();
+    bool rejectOpenSuggestion();
+    void openNextSuggestion();
     QList<GcpMarker> markersOfSelected() const;
     QStringList markedImages() const;
 
     Ui::MarkerEditor* ui = nullptr;
     GcpThumbnailVC* m_thumbs = nullptr;
+    MarkSuggester* m_assist = nullptr;
+    AssistBar* m_assistBar = nullptr;
     QPointer<PhotoGeoCache> m_geo;
     MarkerMap* m_markers = nullptr;
     const GcpMap* m_gcps = nullptr;

@@ -150,6 +150,7 @@ QVector<MarkPrediction> MarkPredictor::predict(const QStringList& paths, const G
         if (!c.valid || !project(i, point, bias.x(), bias.y(), &p.pixel))
             continue;
         p.metresPerPixel = c.height / c.focalPx;
+        p.imageSize = c.size;
         const double fromCentre = std::hypot(p.pixel.x() - principalPoint(c).x(), p.pixel.y() - principalPoint(c).y());
         p.radius = std::max(kMinRadiusPx, (calibrated ? kCalibratedErrorMetres : kGpsErrorMetres) / p.metresPerPixel
                                               + fromCentre * (calibrated ? kCalibratedAngularError : kAngularError));

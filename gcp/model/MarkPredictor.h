@@ -19,6 +19,7 @@ struct MarkPrediction {
     double radius = 0.0;          // pixels; the true spot lies inside
     double metresPerPixel = 0.0;  // on the ground at the point
     bool inside = false;          // the pixel lies on the photo
+    QSizeF imageSize;
 };
 
 // One photo's camera as a pinhole: at its GPS position, looking along its
