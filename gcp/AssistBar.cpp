@@ -24,6 +24,9 @@ AssistBar::AssistBar(QWidget* parent)
     , m_cancel(new QPushButton(tr("Stop"), this))
 {
     setObjectName(QStringLiteral("frame_assist"));
+    m_status->setObjectName(QStringLiteral("label_assist_status"));
+    m_acceptAll->setObjectName(QStringLiteral("button_accept_all"));
+    m_detect->setObjectName(QStringLiteral("button_detect_targets"));
     auto* layout = new QHBoxLayout(this);
     layout->setContentsMargins(6, 2, 6, 2);
     layout->addWidget(m_status, 1);
@@ -44,6 +47,8 @@ AssistBar::AssistBar(QWidget* parent)
         QSettings().setValue(QLatin1String(kThresholdKey), v);
         update();
     });
+    m_status->setMinimumWidth(0);
+    m_status->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     connect(m_acceptAll, &QPushButton::clicked, this, [this] { emit acceptAllRequested(m_score->value()); });
     connect(m_detect, &QPushButton::clicked, this, &AssistBar::detectRequested);
     connect(m_cancel, &QPushButton::clicked, this, [this] {
@@ -75,6 +80,12 @@ void AssistBar::setPoint(const QString& name)
     update();
 }
 
+void AssistBar::setCompact(bool compact)
+{
+    m_compact = compact;
+    update();
+}
+
 double AssistBar::threshold() const
 {
     return m_score->value();
@@ -102,6 +113,9 @@ void AssistBar::update()
     m_acceptAll->setVisible(waiting > 0);
     m_score->setVisible(waiting > 0);
     m_detect->setEnabled(m_suggester && m_total == 0);
+    m_detect->setVisible(!m_compact);
+    if (m_compact)
+        setVisible(!text.isEmpty());
 }
 
 } // namespace AppGcp

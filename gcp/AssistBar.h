@@ -22,6 +22,8 @@ public:
 
     void setSuggester(MarkSuggester* suggester);
     void setPoint(const QString& name);
+    // Without the detect button, and out of sight while nothing waits.
+    void setCompact(bool compact);
     double threshold() const;
     void setThreshold(double score);
     QPushButton* acceptAllButton() const { return m_acceptAll; }
@@ -42,6 +44,7 @@ private:
     QPushButton* m_acceptAll = nullptr;
     QPushButton* m_detect = nullptr;
     QPushButton* m_cancel = nullptr;
+    bool m_compact = false;
     int m_done = 0;
     int m_total = 0;
 };

@@ -447,7 +447,11 @@ void ImagePane::paintAssist(QPainter& painter) const
         }
         const QString text = m_suggestion.coded ? tr("%1 suggested (coded target)").arg(m_gcpName)
                                                 : tr("%1 suggested, score %2").arg(m_gcpName).arg(m_suggestion.score, 0, 'f', 2);
-        const QRectF box = QRectF(c + QPointF(18, -28), QSizeF(painter.fontMetrics().horizontalAdvance(text) + 10, 20));
+        QRectF box(c + QPointF(18, -28), QSizeF(painter.fontMetrics().horizontalAdvance(text) + 10, 20));
+        if (box.right() > width() - 4)
+            box.moveRight(c.x() - 18);
+        if (box.top() < 4)
+            box.moveTop(c.y() + 12);
         painter.setPen(Qt::NoPen);
         painter.setBrush(QColor(0, 0, 0, 170));
         painter.drawRoundedRect(box, 3, 3);

@@ -41,18 +41,15 @@ MarkerEditor::MarkerEditor(QWidget* parent)
 {
     ui->setupUi(this);
     m_assistBar = new AssistBar(this);
-    m_assistBar->setSuggester(m_assist);
-    // The bar sits in the open page's button row, taking no height of its own.
+    m_assistPaneBar = new AssistBar(this);
+    m_assistPaneBar->setCompact(true);
     ui->hlayout_filter->insertWidget(1, m_assistBar, 1);
-    connect(ui->stackedWidget, &QStackedWidget::currentChanged, this, [this](int page) {
-        if (page == 0)
-            ui->hlayout_filter->insertWidget(1, m_assistBar, 1);
-        else
-            ui->hlayout_buttons->insertWidget(2, m_assistBar, 1);
-        m_assistBar->show();
-    });
-    connect(m_assistBar, &AssistBar::acceptAllRequested, this, &MarkerEditor::acceptSuggestionsAbove);
-    connect(m_assistBar, &AssistBar::detectRequested, this, &MarkerEditor::detectCodedTargets);
+    ui->vlayout_page_image->insertWidget(ui->vlayout_page_image->indexOf(ui->frame_buttons), m_assistPaneBar);
+    for (AssistBar* bar : {m_assistBar, m_assistPaneBar}) {
+        bar->setSuggester(m_assist);
+        connect(bar, &AssistBar::acceptAllRequested, this, &MarkerEditor::acceptSuggestionsAbove);
+        connect(bar, &AssistBar::detectRequested, this, &MarkerEditor::detectCodedTargets);
+    }
     connect(m_assist, &MarkSuggester::predictionsChanged, this, &MarkerEditor::showAssistOnPane);
     connect(this, &MarkerEditor::markerDeleted, this, &MarkerEditor::updateAssist);
     connect(m_assist, &MarkSuggester::suggestionsChanged, this, [this](const QString& name) {
@@ -167,6 +164,7 @@ void MarkerEditor::setSelectedGcp(const QString& name)
     m_gcpName = name;
     ui->pane_image->setSelectedGcp(name);
     m_assistBar->setPoint(name);
+    m_assistPaneBar->setPoint(name);
     updateGcpLabels();
     updateBadges();
     updateAssist();
@@ -374,10 +372,23 @@ void MarkerEditor::onGcpCoordsChanged()
     updateAssist();
 }
 
+AssistBar* MarkerEditor::assistBar() const
+{
+    return isShowingThumbnails() ? m_assistBar : m_assistPaneBar;
+}
+
 void MarkerEditor::updateAssist()
 {
     bool valid = false;
     const GroundPoint point = groundPointOf(m_gcpName, &valid);
+    QVector<GroundPoint> others;
+    for (const QString& name : m_gcps ? m_gcps->keys() : QStringList()) {
+        bool known = false;
+        const GroundPoint other = groundPointOf(name, &known);
+        if (known && name != m_gcpName)
+            others << other;
+    }
+    m_assist->setOtherPoints(others);
     m_assist->setPoint(m_gcpName, point, valid, markersOfSelected());
     showAssistOnPane();
 }

@@ -62,7 +62,7 @@ public:
     ImagePane* imagePane() const;
     GcpThumbnailVC* thumbnails() const { return m_thumbs; }
     MarkSuggester* assist() const { return m_assist; }
-    AssistBar* assistBar() const { return m_assistBar; }
+    AssistBar* assistBar() const;
     // Accepts the suggestions of the selected point scoring at least
     // `score`; answers how many became markers.
     int acceptSuggestionsAbove(double score);
@@ -125,7 +125,8 @@ private:
     Ui::MarkerEditor* ui = nullptr;
     GcpThumbnailVC* m_thumbs = nullptr;
     MarkSuggester* m_assist = nullptr;
-    AssistBar* m_assistBar = nullptr;
+    AssistBar* m_assistBar = nullptr;     // with the photo browser
+    AssistBar* m_assistPaneBar = nullptr; // under the open photo
     QPointer<PhotoGeoCache> m_geo;
     MarkerMap* m_markers = nullptr;
     const GcpMap* m_gcps = nullptr;

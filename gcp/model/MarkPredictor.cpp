@@ -1,5 +1,7 @@
 #include "MarkPredictor.h"
 
+#include <QLineF>
+
 #include <algorithm>
 #include <cmath>
 
@@ -69,7 +71,7 @@ PhotoCamera MarkPredictor::camera(int photo, const GroundPoint& point) const
         return c;
     c.longitude = g.longitude;
     c.latitude = g.latitude;
-    c.height = heightAbovePoint(g, point);
+    c.height = heightAbovePoint(g, point) * m_heightScale;
     c.headingDeg = m_headings.at(photo);
     c.tiltDeg = std::isfinite(g.pitchDegrees) ? std::clamp(g.pitchDegrees + 90.0, 0.0, 60.0) : 0.0;
     c.size = QSizeF(g.pixelSize);
@@ -115,6 +117,68 @@ bool MarkPredictor::unproject(int photo, const GroundPoint& point, const QPointF
     *east = s * ray.x - e;
     *north = s * ray.y - n;
     return true;
+}
+
+void MarkPredictor::heightScaleRange(int photo, const GroundPoint& point, double* low, double* high) const
+{
+    *low = 0.7;
+    *high = 1.4;
+    if (photo < 0 || photo >= m_photos.size())
+        return;
+    const PhotoGeo& g = m_photos.at(photo);
+    const double h = g.altitude - point.z;
+    const bool fromAltitude = g.hasAltitude && point.hasZ && h >= 5.0 && h <= 1500.0;
+    // Without either, the height is a guess: allow 40 to 300 m.
+    if (!fromAltitude && !(std::isfinite(g.relativeAltitude) && g.relativeAltitude > 0.0)) {
+        const double guess = heightAbovePoint(g, point);
+        *low = 40.0 / guess;
+        *high = 300.0 / guess;
+    }
+}
+
+double MarkPredictor::fitHeightScale(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const
+{
+    if (marks.size() < 2)
+        return 1.0;
+    double low = 1.0, high = 1.0;
+    heightScaleRange(marks.first().first, point, &low, &high);
+    MarkPredictor trial(*this);
+    double best = 1.0, bestError = qInf(), worstError = 0.0;
+    const int steps = 60;
+    for (int k = 0; k <= steps; ++k) {
+        const double scale = low * std::pow(high / low, double(k) / steps);
+        trial.setHeightScale(scale);
+        const QPointF bias = trial.groundBias(point, marks);
+        double error = 0.0;
+        for (const auto& mark : marks) {
+            QPointF p;
+            error += trial.project(mark.first, point, bias.x(), bias.y(), &p)
+                         ? QLineF(p, mark.second).length()
+                         : 1e6;
+        }
+        worstError = std::max(worstError, error);
+        if (error < bestError) {
+            bestError = error;
+            best = scale;
+        }
+    }
+    // A flat error (no baseline between the photos) says nothing.
+    return worstError - bestError > 2.0 ? best : 1.0;
+}
+
+QPolygonF MarkPredictor::heightPath(int to, const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks,
+                                    double low, double high, const GroundPoint* other) const
+{
+    QPolygonF path;
+    MarkPredictor trial(*this);
+    for (int k = 0; k <= kHeightSteps; ++k) {
+        trial.setHeightScale(m_heightScale * low * std::pow(high / low, double(k) / kHeightSteps));
+        const QPointF bias = trial.groundBias(point, marks);
+        QPointF p(qQNaN(), qQNaN());
+        trial.project(to, other ? *other : point, bias.x(), bias.y(), &p);
+        path << p;
+    }
+    return path;
 }
 
 QPointF MarkPredictor::groundBias(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const

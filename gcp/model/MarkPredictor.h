@@ -3,6 +3,7 @@
 #include <gcp/model/PhotoFootprint.h>
 
 #include <QPointF>
+#include <QPolygonF>
 #include <QSizeF>
 #include <QString>
 #include <QTransform>
@@ -46,6 +47,25 @@ public:
     explicit MarkPredictor(const QVector<PhotoGeo>& photos);
 
     int indexOf(const QString& path) const;
+
+    // The flight height above the point is known only roughly (EXIF
+    // altitude against the survey's datum, or the drone's take-off
+    // height): every height is taken times this factor.
+    void setHeightScale(double scale) { m_heightScale = scale; }
+    double heightScale() const { return m_heightScale; }
+    // The factors the true height may lie within, by what the height
+    // rests on.
+    void heightScaleRange(int photo, const GroundPoint& point, double* low, double* high) const;
+    // The factor that best agrees with markers on two or more photos; 1
+    // when they cannot tell (one marker, or photos taken from one spot).
+    double fitHeightScale(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const;
+    // Where the point can be on photo `to` as the height runs through
+    // [low, high], given the markers: a line of pixels, one per step of
+    // the height. With `other`, where that point is at the same steps
+    // (the markers' ground bias applies to every point).
+    QPolygonF heightPath(int to, const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks, double low,
+                         double high, const GroundPoint* other = nullptr) const;
+    static constexpr int kHeightSteps = 12;
     PhotoCamera camera(int photo, const GroundPoint& point) const;
 
     // The point's pixel on a photo, shifted on the ground by (east, north)
@@ -69,6 +89,7 @@ public:
 private:
     QVector<PhotoGeo> m_photos;
     QVector<double> m_headings;
+    double m_heightScale = 1.0;
 };
 
 } // namespace AppGcp

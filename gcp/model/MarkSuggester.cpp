@@ -6,6 +6,7 @@
 #include <keelcore/Dispatch.h>
 #include <utilities/ImageRegion.h>
 
+#include <QLineF>
 #include <QMutex>
 #include <QMutexLocker>
 
@@ -36,13 +37,15 @@ struct SourceRegions {
 };
 
 struct SearchTask {
-    QString path;
+    QString photo;
     QString source;
     QPointF sourcePixel;
     QRect sourceRegion;
     QTransform toSource;
-    QPointF centre;
+    QPolygonF path;
     double radius = 0.0;
+    QPolygonF excluded;
+    double exclusionRadius = 0.0;
     QRect searchRegion;
 };
 } // namespace
@@ -121,6 +124,13 @@ void MarkSuggester::refresh()
         if (i >= 0)
             marks << qMakePair(i, QPointF(marker.pixel));
     }
+    // Two markers or more tell the flight's height; one leaves a range.
+    m_predictor->setHeightScale(m_predictor->fitHeightScale(m_point, marks));
+    m_heightLow = 0.95;
+    m_heightHigh = 1.05;
+    if (marks.size() == 1)
+        m_predictor->heightScaleRange(marks.first().first, m_point, &m_heightLow, &m_heightHigh);
+    m_marks = marks;
     m_bias = m_predictor->groundBias(m_point, marks);
     for (const MarkPrediction& p : m_predictor->predict(m_candidates, m_point, m_bias, !marks.isEmpty()))
         m_predictions.insert(p.path, p);
@@ -168,7 +178,7 @@ void MarkSuggester::startSearch()
             }
         }
         SearchTask task;
-        task.path = path;
+        task.photo = path;
         task.source = m_photos.at(source);
         for (const GcpMarker& marker : qAsConst(m_markers))
             if (marker.image == task.source)
@@ -176,13 +186,31 @@ void MarkSuggester::startSearch()
         if (!m_predictor->localMap(source, to, m_point, m_bias, &task.toSource))
             continue;
         const MarkPrediction& p = m_predictions[path];
-        task.centre = p.pixel;
+        task.path = m_predictor->heightPath(to, m_point, m_marks, m_heightLow, m_heightHigh);
         task.radius = p.radius;
+        // Another point's spot at the same height step is excluded, as far as
+        // it stays clear of this point's own.
+        task.exclusionRadius = qInf();
+        for (const GroundPoint& other : qAsConst(m_others)) {
+            const QPolygonF there = m_predictor->heightPath(to, m_point, m_marks, m_heightLow, m_heightHigh, &other);
+            for (int k = 0; k < there.size() && k < task.path.size(); ++k) {
+                const double apart = QLineF(there.at(k), task.path.at(k)).length();
+                if (std::isfinite(apart)) {
+                    task.excluded << there.at(k);
+                    task.exclusionRadius = std::min(task.exclusionRadius, apart / 2.0);
+                }
+            }
+        }
+        task.exclusionRadius = task.excluded.isEmpty() ? 0.0 : std::min(task.exclusionRadius, p.radius);
         const QRect image(QPoint(0, 0), target.size.toSize());
         const int reach = int(std::ceil(p.radius)) + m_half + 2;
-        task.searchRegion = QRect(QPoint(int(p.pixel.x()) - reach, int(p.pixel.y()) - reach),
-                                  QSize(2 * reach + 1, 2 * reach + 1))
-                                .intersected(image);
+        QPolygonF known;
+        for (const QPointF& at : qAsConst(task.path))
+            if (std::isfinite(at.x()) && std::isfinite(at.y()))
+                known << at;
+        if (known.isEmpty())
+            continue;
+        task.searchRegion = known.boundingRect().toAlignedRect().adjusted(-reach, -reach, reach, reach).intersected(image);
         if (task.searchRegion.width() <= 2 * m_half || task.searchRegion.height() <= 2 * m_half)
             continue;
         task.sourceRegion = PatchMatcher::sourceRegion(task.sourcePixel, task.toSource, m_half);
@@ -206,8 +234,8 @@ void MarkSuggester::startSearch()
                 const PatchMatcher matcher(source.first, source.second, task.sourcePixel, task.toSource, half);
                 if (matcher.isValid() && token->load() == generation) {
                     QPoint origin;
-                    const QImage search = Utilities::readImageRegion(task.path, task.searchRegion, true, &origin);
-                    const PatchMatch m = matcher.match(search, origin, task.centre, task.radius);
+                    const QImage search = Utilities::readImageRegion(task.photo, task.searchRegion, true, &origin);
+                    const PatchMatch m = matcher.match(search, origin, task.path, task.radius, task.excluded, task.exclusionRadius);
                     found = m.found;
                     s.pixel = m.pixel;
                     s.score = m.score;
@@ -215,7 +243,7 @@ void MarkSuggester::startSearch()
             }
             KeelCore::dispatchAsync(KeelCore::QosMainThread, [=] {
                 if (MarkSuggester* suggester = self.lock())
-                    suggester->storeMatch(generation, name, task.path, found, s);
+                    suggester->storeMatch(generation, name, task.photo, found, s);
             });
         });
     }

@@ -45,6 +45,9 @@ public:
     // markers. The same call again after any marker change.
     void setPoint(const QString& name, const GroundPoint& point, bool valid, const QList<GcpMarker>& markers);
     QString pointName() const { return m_name; }
+    // The survey's other points: a spot where one of them lies is never
+    // suggested for this one.
+    void setOtherPoints(const QVector<GroundPoint>& points) { m_others = points; }
 
     bool hasPrediction(const QString& path) const { return m_predictions.contains(path); }
     MarkPrediction prediction(const QString& path) const { return m_predictions.value(path); }
@@ -64,7 +67,7 @@ public:
     // Searches every photo for coded targets; the points whose names carry
     // a target's id get suggestions. names: every point of the survey.
     void detectCodedTargets(const QStringList& names, const MarkerMap& markers);
-    bool isBusy() const { return m_total + m_codedTotal > 0; }
+    bool isBusy() const { return m_total + m_codedTotal > 0 || m_searchDelay.isActive(); }
     void cancel();
     int searchHalfSize() const { return m_half; }
 
@@ -89,6 +92,10 @@ private:
     QList<GcpMarker> m_markers;
     QHash<QString, MarkPrediction> m_predictions;
     QPointF m_bias;
+    QVector<QPair<int, QPointF>> m_marks;
+    QVector<GroundPoint> m_others;
+    double m_heightLow = 1.0;
+    double m_heightHigh = 1.0;
     QHash<QString, QHash<QString, MarkSuggestion>> m_suggestions;
     QHash<QString, QSet<QString>> m_rejected;
     QTimer m_searchDelay;

@@ -65,8 +65,8 @@ PatchMatcher::PatchMatcher(const QImage& source, const QPoint& sourceOrigin, con
     m_valid = deviation[0] >= 4.0;
 }
 
-PatchMatch PatchMatcher::match(const QImage& search, const QPoint& searchOrigin, const QPointF& centre,
-                               double radius) const
+PatchMatch PatchMatcher::match(const QImage& search, const QPoint& searchOrigin, const QPolygonF& path,
+                               double radius, const QPolygonF& excluded, double exclusionRadius) const
 {
     PatchMatch best;
     const int side = 2 * m_half + 1;
@@ -75,11 +75,24 @@ PatchMatch PatchMatcher::match(const QImage& search, const QPoint& searchOrigin,
         return best;
     cv::Mat scores;
     cv::matchTemplate(wrap(search), wrap(m_patch), scores, cv::TM_CCOEFF_NORMED);
-    // Only peaks inside the circle count.
-    const QPointF c = centre - QPointF(searchOrigin) - QPointF(m_half, m_half);
+    // Only peaks near the path count.
     cv::Mat mask(scores.size(), CV_8UC1, cv::Scalar(0));
-    cv::circle(mask, cv::Point(int(std::lround(c.x())), int(std::lround(c.y()))), int(std::ceil(radius)),
-               cv::Scalar(255), cv::FILLED);
+    auto toScores = [&](const QPointF& p) {
+        const QPointF c = p - QPointF(searchOrigin) - QPointF(m_half, m_half);
+        return cv::Point(int(std::lround(c.x())), int(std::lround(c.y())));
+    };
+    std::vector<cv::Point> points;
+    for (const QPointF& p : path) {
+        if (!std::isfinite(p.x()) || !std::isfinite(p.y()))
+            continue;
+        points.push_back(toScores(p));
+        cv::circle(mask, points.back(), int(std::ceil(radius)), cv::Scalar(255), cv::FILLED);
+    }
+    if (points.size() > 1)
+        cv::polylines(mask, points, false, cv::Scalar(255), 2 * int(std::ceil(radius)) + 1);
+    for (const QPointF& p : excluded)
+        if (std::isfinite(p.x()) && std::isfinite(p.y()) && exclusionRadius > 0.0)
+            cv::circle(mask, toScores(p), int(std::ceil(exclusionRadius)), cv::Scalar(0), cv::FILLED);
     double top = 0.0;
     cv::Point at;
     cv::minMaxLoc(scores, nullptr, &top, nullptr, &at, mask);

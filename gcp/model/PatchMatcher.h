@@ -3,6 +3,7 @@
 #include <QImage>
 #include <QPoint>
 #include <QPointF>
+#include <QPolygonF>
 #include <QTransform>
 
 namespace Zyn {
@@ -36,8 +37,11 @@ public:
     static QRect sourceRegion(const QPointF& sourcePixel, const QTransform& toSource, int half);
 
     // Searches a grey region of the other photo (top-left at searchOrigin)
-    // for the patch's centre, within `radius` of `centre`.
-    PatchMatch match(const QImage& search, const QPoint& searchOrigin, const QPointF& centre, double radius) const;
+    // for the patch's centre, within `radius` of the line `path`.
+    // Spots within `exclusionRadius` of `excluded` (where other surveyed
+    // points lie: survey targets look alike) never count.
+    PatchMatch match(const QImage& search, const QPoint& searchOrigin, const QPolygonF& path, double radius,
+                     const QPolygonF& excluded = {}, double exclusionRadius = 0.0) const;
     QImage patch() const { return m_patch; }
 
 private:

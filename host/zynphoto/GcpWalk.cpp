@@ -14,6 +14,9 @@
 #include <QDir>
 #include <QFile>
 #include <QKeyEvent>
+#include <QLabel>
+#include <QPushButton>
+#include <QSet>
 #include <QClipboard>
 #include <QListView>
 #include <QMouseEvent>
@@ -137,14 +140,23 @@ void GcpWalk::pastePoints()
                    // position show targets too.
                    if (auto* box = panel()->findChild<QCheckBox*>(QStringLiteral("cb_gps_filter")))
                        box->setChecked(false);
-                   // Three photos per point, each at the target's true pixel.
-                   QMap<QString, int> perPoint;
-                   const QStringList rows = readText(QDir(m_photoDir).filePath(QStringLiteral("gcp_pixels.csv")))
-                                                .split(QLatin1Char('\n'), Qt::SkipEmptyParts)
-                                                .mid(1);
-                   for (const QString& row : rows)
-                       if (perPoint[row.section(QLatin1Char(','), 1, 1)]++ < 3)
+                   // Each point marked once at its true pixel, on a photo
+                   // with a GPS position; the editor suggests the rest.
+                   QSet<QString> points;
+                   QSet<QString>& located = m_located;
+                   for (const QString& row : readText(QDir(m_photoDir).filePath(QStringLiteral("manifest.csv")))
+                                                 .split(QLatin1Char('\n'), Qt::SkipEmptyParts))
+                       if (row.section(QLatin1Char(','), 4, 4) == QLatin1String("1"))
+                           located.insert(row.section(QLatin1Char(','), 0, 0));
+                   m_truthRows = readText(QDir(m_photoDir).filePath(QStringLiteral("gcp_pixels.csv")))
+                                     .split(QLatin1Char('\n'), Qt::SkipEmptyParts)
+                                     .mid(1);
+                   for (const QString& row : qAsConst(m_truthRows))
+                       if (!points.contains(row.section(QLatin1Char(','), 1, 1))
+                           && located.contains(row.section(QLatin1Char(','), 0, 0))) {
+                           points.insert(row.section(QLatin1Char(','), 1, 1));
                            m_toPlace << row;
+                       }
                    placeNext();
                });
            });
@@ -163,12 +175,19 @@ void GcpWalk::placeNext()
         return;
     }
     const QStringList f = m_toPlace.takeFirst().split(QLatin1Char(','));
-    const QString path = QDir(m_photoDir).filePath(f.value(0));
     const QPoint pixel(int(std::floor(f.value(2).toDouble())), int(std::floor(f.value(3).toDouble())));
+    m_point = f.value(1);
+    m_marked = f.value(0);
     auto* table = visibleChild<QTableWidget>(panel(), QStringLiteral("gcp_names_tableWidget"));
     for (int row = 0; table && row < table->rowCount(); ++row)
         if (table->item(row, 0)->text() == f.value(1))
             table->selectRow(row);
+    openPhoto(f.value(0), [this, pixel] { placeMarker(pixel); });
+}
+
+void GcpWalk::openPhoto(const QString& file, const Step& then)
+{
+    const QString path = QDir(m_photoDir).filePath(file);
     // The photo from the browser, as a double click opens it.
     auto* browser = panel()->findChild<QListView*>(QStringLiteral("thumbnail_browser"));
     QAbstractItemModel* model = browser ? browser->model() : nullptr;
@@ -182,7 +201,64 @@ void GcpWalk::placeNext()
             auto* pane = visibleChild<UiToolkit::ZoomableImgWidget>(panel(), QStringLiteral("pane_image"));
             return pane && pane->imagePath() == path && pane->isFullResolution();
         },
-        20000, QStringLiteral("the photo %1 did not open").arg(f.value(0)), [this, pixel] { placeMarker(pixel); });
+        20000, QStringLiteral("the photo %1 did not open").arg(file), then);
+}
+
+QString GcpWalk::assistStatus() const
+{
+    auto* label = visibleChild<QLabel>(panel(), QStringLiteral("label_assist_status"));
+    return label ? label->text() : QString();
+}
+
+void GcpWalk::pressKey(int key)
+{
+    QWidget* target = visibleChild<UiToolkit::ZoomableImgWidget>(panel(), QStringLiteral("pane_image"));
+    QKeyEvent press(QEvent::KeyPress, key, Qt::NoModifier);
+    QApplication::sendEvent(target ? target : panel(), &press);
+}
+
+// The first point's suggestions taken one by one with Enter, after a look
+// at the photo browser and at one suggestion.
+void GcpWalk::acceptWithKeys()
+{
+    pressKey(Qt::Key_Escape);
+    QTimer::singleShot(800, this, [this] {
+        m_save(m_window->grab(), QStringLiteral("05a-suggestions-after-one-mark.png"));
+        QString other;
+        for (const QString& row : qAsConst(m_truthRows))
+            if (other.isEmpty() && row.section(QLatin1Char(','), 1, 1) == m_point
+                && row.section(QLatin1Char(','), 0, 0) != m_marked
+                && m_located.contains(row.section(QLatin1Char(','), 0, 0)))
+                other = row.section(QLatin1Char(','), 0, 0);
+        openPhoto(other, [this] {
+            QTimer::singleShot(600, this, [this] {
+                m_save(m_window->grab(), QStringLiteral("05b-suggestion-on-photo.png"));
+                pressEnterWhileSuggested(40);
+            });
+        });
+    });
+}
+
+void GcpWalk::pressEnterWhileSuggested(int left)
+{
+    if (left <= 0 || !assistStatus().contains(QLatin1String("wait"))) {
+        pressKey(Qt::Key_Escape);
+        QTimer::singleShot(300, this, [this] { placeNext(); });
+        return;
+    }
+    pressKey(Qt::Key_Return);
+    QTimer::singleShot(250, this, [this, left] { pressEnterWhileSuggested(left - 1); });
+}
+
+// The other points' suggestions taken at once.
+void GcpWalk::acceptAll()
+{
+    if (auto* button = visibleChild<QPushButton>(panel(), QStringLiteral("button_accept_all")))
+        button->click();
+    QTimer::singleShot(300, this, [this] {
+        pressKey(Qt::Key_Escape);
+        placeNext();
+    });
 }
 
 void GcpWalk::placeMarker(const QPoint& pixel)
@@ -192,13 +268,16 @@ void GcpWalk::placeMarker(const QPoint& pixel)
     pane->centreOn(QPointF(pixel) + QPointF(0.5, 0.5), pane->closeScale());
     click(pane, pane->getLocalPoint(pixel));
     ++m_placed;
-    QTimer::singleShot(m_placed == 1 ? 1200 : 300, this, [this, pane] {
+    QTimer::singleShot(m_placed == 1 ? 1200 : 300, this, [this] {
         if (m_placed == 1)
             m_save(m_window->grab(), QStringLiteral("05-marker-placed-with-magnifier.png"));
-        // Escape returns to the photos, as the keyboard does.
-        QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
-        QApplication::sendEvent(pane, &escape);
-        placeNext();
+        m_wait([this] { return assistStatus().contains(QLatin1String("wait")); }, 30000,
+               QStringLiteral("no suggestions came for %1").arg(m_point), [this] {
+                   // Suggestions arrive photo by photo; let the search end.
+                   m_wait([this] { return !assistStatus().startsWith(QLatin1String("Searching")); }, 30000,
+                          QStringLiteral("the search for %1 did not end").arg(m_point),
+                          [this] { m_placed == 1 ? acceptWithKeys() : acceptAll(); });
+               });
     });
 }
 

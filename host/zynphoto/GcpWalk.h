@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPixmap>
 #include <QPointer>
+#include <QSet>
 #include <QStringList>
 
 #include <functional>
@@ -18,8 +19,9 @@ namespace Host {
 // The survey-points part of the demo walk, driven through the widgets as a
 // user would: the "Survey Points" command, the surveyed coordinates of the
 // flight's targets pasted into the table, the photos near a point, and each
-// target placed at its true pixel on the photos that show it, until every
-// point is valid.
+// target marked once at its true pixel, its suggestions on the other
+// photos accepted (the first point's with Enter, the others' at once),
+// until every point is valid.
 class GcpWalk : public QObject {
     Q_OBJECT
 public:
@@ -42,12 +44,22 @@ private:
     void pastePoints();
     void placeNext();
     void placeMarker(const QPoint& pixel);
+    void openPhoto(const QString& file, const Step& then);
+    QString assistStatus() const;
+    void pressKey(int key);
+    void acceptWithKeys();
+    void pressEnterWhileSuggested(int left);
+    void acceptAll();
     QWidget* panel() const;
 
     QPointer<AppCreate::CreateViewController> m_create;
     QPointer<QWidget> m_window;
     QString m_photoDir;
-    QStringList m_toPlace; // "image,point,x,y" rows of the truth, still to place
+    QStringList m_truthRows; // "image,point,x,y"
+    QStringList m_toPlace;   // the rows still to place
+    QString m_point;
+    QString m_marked;
+    QSet<QString> m_located; // photos with a GPS position
     int m_placed = 0;
     Wait m_wait;
     Save m_save;

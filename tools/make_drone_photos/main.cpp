@@ -49,6 +49,8 @@ struct Options
     int gcps = 0;
     double targetSize = 1.0;
     bool codedTargets = false;
+    double frontOverlap = 0.75;
+    double sideOverlap = 0.65;
 };
 
 // The targets' ground truth beside the photos: their coordinates in the
@@ -169,8 +171,10 @@ bool parseOptions(const QCoreApplication& app, Options& o, QString& error)
     const QCommandLineOption gcps(QStringLiteral("gcps"), QStringLiteral("Survey targets painted on the ground, with truth files (default 0)."), QStringLiteral("N"));
     const QCommandLineOption targetSize(QStringLiteral("target-size"), QStringLiteral("Side of a target's black-and-white square in metres (default 1)."), QStringLiteral("METERS"));
     const QCommandLineOption coded(QStringLiteral("coded-targets"), QStringLiteral("Paint the targets as 4x4 ArUco coded targets (id = the number in the name)."));
+    const QCommandLineOption front(QStringLiteral("front-overlap"), QStringLiteral("Overlap along the track, 0-0.95 (default 0.75)."), QStringLiteral("F"));
+    const QCommandLineOption side(QStringLiteral("side-overlap"), QStringLiteral("Overlap between tracks, 0-0.95 (default 0.65)."), QStringLiteral("F"));
     parser.addOptions({out, count, lat, lon, alt, agl, width, height, noGps, zeroGps, quality, seed, sizeMb, jobs, gcps,
-                       targetSize, coded});
+                       targetSize, coded, front, side});
     parser.process(app);
 
     for (const QCommandLineOption* required : {&out, &count, &lat, &lon, &alt}) {
@@ -237,6 +241,10 @@ bool parseOptions(const QCoreApplication& app, Options& o, QString& error)
     if (parser.isSet(gcps) && !integer(gcps, o.gcps, 0, 100))
         return false;
     o.codedTargets = parser.isSet(coded);
+    if (parser.isSet(front) && !number(front, o.frontOverlap, 0.0, 0.95))
+        return false;
+    if (parser.isSet(side) && !number(side, o.sideOverlap, 0.0, 0.95))
+        return false;
     if (parser.isSet(targetSize) && !number(targetSize, o.targetSize, 0.1, 50.0))
         return false;
     return true;
@@ -269,6 +277,8 @@ int main(int argc, char** argv)
     request.centreLon = o.lon;
     request.heightAboveGround = o.agl;
     request.count = o.count;
+    request.frontOverlap = o.frontOverlap;
+    request.sideOverlap = o.sideOverlap;
     const FlightPlan plan = planLawnMower(request, CameraModel());
 
     const std::vector<int> noGpsList = spreadIndices(o.count, o.noGps, true);

@@ -96,6 +96,11 @@ private slots:
             MarkSuggester suggester;
             suggester.setGeoCache(&m_cache);
             suggester.setPhotos(m_photos);
+            QVector<GroundPoint> others;
+            for (const auto& other : m_truth.points)
+                if (other.name != point.name)
+                    others << groundOf(m_truth, other.name);
+            suggester.setOtherPoints(others);
             QSignalSpy progress(&suggester, &MarkSuggester::progress);
             suggester.setPoint(point.name, groundOf(m_truth, point.name), true, {mark});
             QTRY_VERIFY_WITH_TIMEOUT(!progress.isEmpty() && !suggester.isBusy(), 30000);
