@@ -2,6 +2,7 @@
 
 #include <opencv2/aruco.hpp>
 #include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
 
 #include <QRegularExpression>
 
@@ -40,8 +41,8 @@ QVector<CodedTarget> detectCodedTargets(const QImage& grey)
                         size_t(grey.bytesPerLine()));
     cv::Ptr<cv::aruco::DetectorParameters> parameters = cv::aruco::DetectorParameters::create();
     parameters->cornerRefinementMethod = cv::aruco::CORNER_REFINE_SUBPIX;
-    // A wrong id is worse than a missed target: correct few bits only.
-    parameters->errorCorrectionRate = 0.3;
+    // A wrong id is worse than a missed target: no bit corrected.
+    parameters->errorCorrectionRate = 0.0;
     // Targets from 20 px wide on any photo size (the default scales the
     // smallest with the photo: 41 px on a 20 MP frame).
     parameters->minMarkerPerimeterRate = 4 * 20.0 / std::max(grey.width(), grey.height());
@@ -49,6 +50,24 @@ QVector<CodedTarget> detectCodedTargets(const QImage& grey)
     std::vector<std::vector<cv::Point2f>> corners;
     cv::aruco::detectMarkers(image, dictionary(), corners, ids, parameters);
     for (size_t i = 0; i < ids.size(); ++i) {
+        // A target cut by the photo's edge can read as another id.
+        bool clear = true;
+        for (const cv::Point2f& c : corners[i])
+            clear = clear && c.x >= 2 && c.y >= 2 && c.x <= grey.width() - 3 && c.y <= grey.height() - 3;
+        if (!clear)
+            continue;
+        // Printed targets are black on white; crop rows and shadows that
+        // happen to threshold into a square are not.
+        const cv::Rect box = cv::boundingRect(corners[i]) & cv::Rect(0, 0, image.cols, image.rows);
+        cv::Mat inside(box.size(), CV_8UC1, cv::Scalar(0));
+        std::vector<cv::Point> quad;
+        for (const cv::Point2f& c : corners[i])
+            quad.emplace_back(int(std::lround(c.x)) - box.x, int(std::lround(c.y)) - box.y);
+        cv::fillConvexPoly(inside, quad, cv::Scalar(255));
+        cv::Scalar mean, deviation;
+        cv::meanStdDev(image(box), mean, deviation, inside);
+        if (deviation[0] < 40.0)
+            continue;
         CodedTarget t;
         t.id = ids[i];
         t.centre = diagonalsMeet(corners[i]);

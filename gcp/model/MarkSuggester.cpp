@@ -42,6 +42,8 @@ struct SearchTask {
     QPointF sourcePixel;
     QRect sourceRegion;
     QTransform toSource;
+    QPointF nominal;
+    QRect nearRegion; // around the prediction at the estimated height
     QPolygonF path;
     double radius = 0.0;
     QPolygonF excluded;
@@ -211,6 +213,8 @@ void MarkSuggester::startSearch()
         if (known.isEmpty())
             continue;
         task.searchRegion = known.boundingRect().toAlignedRect().adjusted(-reach, -reach, reach, reach).intersected(image);
+        task.nominal = p.pixel;
+        task.nearRegion = QRectF(p.pixel, p.pixel).toAlignedRect().adjusted(-reach, -reach, reach, reach).intersected(image);
         if (task.searchRegion.width() <= 2 * m_half || task.searchRegion.height() <= 2 * m_half)
             continue;
         task.sourceRegion = PatchMatcher::sourceRegion(task.sourcePixel, task.toSource, m_half);
@@ -232,14 +236,24 @@ void MarkSuggester::startSearch()
             if (token->load() == generation) {
                 const auto source = shared->get(task.source, task.sourceRegion);
                 const PatchMatcher matcher(source.first, source.second, task.sourcePixel, task.toSource, half);
-                if (matcher.isValid() && token->load() == generation) {
+                // Near the estimate first: a small read, and the usual answer.
+                // The whole line of heights only when that finds nothing.
+                PatchMatch m;
+                if (matcher.isValid() && token->load() == generation && !task.nearRegion.isEmpty()) {
+                    QPoint origin;
+                    const QImage near = Utilities::readImageRegion(task.photo, task.nearRegion, true, &origin);
+                    m = matcher.match(near, origin, QPolygonF({task.nominal}), task.radius, task.excluded,
+                                      task.exclusionRadius);
+                }
+                if (matcher.isValid() && token->load() == generation && !m.found
+                    && !task.nearRegion.contains(task.searchRegion)) {
                     QPoint origin;
                     const QImage search = Utilities::readImageRegion(task.photo, task.searchRegion, true, &origin);
-                    const PatchMatch m = matcher.match(search, origin, task.path, task.radius, task.excluded, task.exclusionRadius);
-                    found = m.found;
-                    s.pixel = m.pixel;
-                    s.score = m.score;
+                    m = matcher.match(search, origin, task.path, task.radius, task.excluded, task.exclusionRadius);
                 }
+                found = m.found;
+                s.pixel = m.pixel;
+                s.score = m.score;
             }
             KeelCore::dispatchAsync(KeelCore::QosMainThread, [=] {
                 if (MarkSuggester* suggester = self.lock())
