@@ -170,6 +170,8 @@ private slots:
                                                    << "without valid coordinates" << QStringList{"P2 4 5 6 -"};
         QTest::newRow("blank name") << "Name\tX\tY\tZ\n \t1\t2\t3\nP2\t4\t5\t6\n"
                                     << "without a valid GCP name" << QStringList{"P2 4 5 6 -"};
+        QTest::newRow("latitude beyond the pole") << "Name,Lat,Lon\nA,46.5,6.5\nB,95,6.5\n"
+                                                  << "with a latitude outside ±90°" << QStringList{"A 6.5 46.5 0 -"};
     }
 
     void invalidRows()
@@ -193,7 +195,7 @@ private slots:
 
     void everyRowInvalidIsNoData()
     {
-        GcpCopyFormatter formatter("Name\tX\tY\tZ\nA\tq\tr\ts\n");
+        GcpCopyFormatter formatter("Name\tX\tY\tZ\n \t1\t2\t3\n");
         formatter.setSkipInvalidRows(true);
         const Parsed p = parseOnce(formatter);
         QVERIFY(!p.ok);
@@ -291,12 +293,69 @@ private slots:
         GcpCopyFormatter words("alpha\tbeta\tgamma\ndelta\tepsilon\t1");
         p = parseOnce(words);
         QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusHeaderInvalid));
-        QCOMPARE(p.status.message, QStringLiteral("Please make sure all row data are tab-separated or comma-separated."));
+        QVERIFY(p.status.message.startsWith("The first line names the columns alpha, beta, gamma,"));
         // The flags do not turn a failed inference into records.
         words.setAcceptWithoutHeader(true);
         words.setSkipInvalidRows(true);
         p = parseOnce(words);
         QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusHeaderInvalid));
+    }
+
+    // Lists of something else are refused with what was understood; survey
+    // layouts that resemble them are still points.
+    void notPointLists_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("code");
+        QTest::addColumn<QString>("message");
+        const int refused = GcpCopyFormatter::StatusNotPoints;
+        const QString noColumns = "no X/Y/Z or Easting/Northing/Elevation columns were found.";
+        QTest::newRow("photo metadata") << "File name,Yaw,Pitch,Altitude\nDJI_0001.JPG,12.5,-90,480\n" << refused
+            << "This text looks like a list of photos (File name, Yaw, Pitch, file names such as DJI_0001.JPG), "
+               "not survey points: " + noColumns;
+        QTest::newRow("marks in photos") << "image,point,x,y\nDJI_0001.JPG,GCP1,1234,2345\nDJI_0002.JPG,GCP1,1200,2300"
+            << refused << "This text looks like a list of photos (image, file names such as DJI_0001.JPG), not survey "
+                          "points: its rows are photos, so its numbers are positions of or in photos, not surveyed "
+                          "coordinates.";
+        QTest::newRow("headerless photo names") << "IMG_1.jpg\t1\t2\t3\nIMG_2.jpg\t4\t5\t6" << refused
+            << "This text looks like a list of photos (file names such as IMG_1.jpg), not survey points: " + noColumns;
+        QTest::newRow("pixel positions") << "Name\tPixel X\tPixel Y\nGCP1\t1234.5\t2345.5\n" << refused
+            << "This text looks like pixel positions in photos (Pixel X, Pixel Y), not survey points: " + noColumns;
+        QTest::newRow("degree-minute-second text") << "Name,Latitude,Longitude\nP1,46°31'12.3\" N,6°37'48.1\" E\n"
+            << refused << "The coordinate columns (Longitude, Latitude) hold degree-minute-second text, not numbers "
+                          "(6°37'48.1\" E): no row can become a survey point.";
+        QTest::newRow("row numbers") << "Name,X,Y,Z\nA,1,1,1\nB,2,2,2\n" << refused
+            << "The coordinate columns (X, Y, Z) hold the same small whole number three times in every row: these "
+               "look like row numbers or indices, not survey coordinates.";
+        QTest::newRow("projected under lat/lon") << "Name,Lat,Lon,Alt\nA,5200000.5,600000.5,400\n" << refused
+            << "The columns Lon, Lat are named as degrees, but no row holds degrees there (600000.5 is beyond ±90° "
+               "latitude or ±180° longitude): name the columns Easting and Northing (or X and Y) if they are "
+               "projected coordinates.";
+        QTest::newRow("no coordinate column") << "\"Point Name\"\t\"Remark\"\nA\tnorth gate\n"
+            << int(GcpCopyFormatter::StatusHeaderInvalid)
+            << "The first line names the columns Point Name, Remark, none of them X/Y/Z, Easting/Northing/Elevation "
+               "or Longitude/Latitude/Altitude, and no two neighbouring columns hold numbers to read as coordinates. "
+               "Please make sure all row data are tab-separated or comma-separated.";
+        QTest::newRow("surveyor's grid") << "Name\tEasting\tNorthing\tElevation\nT1\t2600000.1\t1200000.2\t400\n" << 0
+                                         << "";
+        QTest::newRow("local origin") << "Name,X,Y,Z\nBASE,0,0,0\nP1,10,20,0.5\n" << 0 << "";
+        QTest::newRow("one equal row among points") << "Name,X,Y,Z\nA,5,5,5\nB,100.5,200.5,3\n" << 0 << "";
+        QTest::newRow("degrees in range") << "Name,Lat,Lon,Alt\nA,46.5,6.6,400\n" << 0 << "";
+    }
+
+    void notPointLists()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, code);
+        QFETCH(QString, message);
+        GcpCopyFormatter formatter(text);
+        formatter.setAcceptWithoutHeader(true);
+        formatter.setSkipInvalidRows(true);
+        const Parsed p = parseOnce(formatter);
+        QCOMPARE(p.status.code, code);
+        QCOMPARE(p.status.message, message);
+        QCOMPARE(p.ok, code == 0);
+        QCOMPARE(p.gcps.isEmpty(), code != 0);
     }
 
     void separatorAdviceFollowsLocale()
@@ -430,8 +489,10 @@ private slots:
         for (int i = 0; i < 40; ++i) {
             GcpInfo g;
             g.name = names.at(i % names.size()) + QString::number(i);
-            g.coord1 = values[rng.bounded(8)];
-            g.coord2 = rng.generateDouble() * 1e6 - 5e5;
+            // Degrees stay within the globe; a Latitude column beyond it is refused.
+            const bool degrees = titles.contains("Latitude");
+            g.coord1 = degrees ? std::fmod(values[rng.bounded(8)], 180.0) : values[rng.bounded(8)];
+            g.coord2 = degrees ? rng.generateDouble() * 180 - 90 : rng.generateDouble() * 1e6 - 5e5;
             g.coord3 = values[rng.bounded(8)];
             g.checkpoint = rng.bounded(2) == 1;
             gcps << g;

@@ -114,8 +114,14 @@ private slots:
         QTest::newRow("no data") << "\n \n" << "No GCP data have been found in the copied text. " << "";
         QTest::newRow("cannot parse") << "A;1;2;3" << "The copied text cannot be parsed correctly."
                                       << "Please make sure all row data are tab-separated or comma-separated.";
-        QTest::newRow("header invalid") << "a\tb\nc\td" << "Header is invalid"
-                                        << "Please make sure all row data are tab-separated or comma-separated.";
+        QTest::newRow("no coordinate columns")
+            << "a\tb\nc\td" << "No coordinate columns were found in the copied text."
+            << "The first line names the columns a, b, none of them X/Y/Z, Easting/Northing/Elevation or "
+               "Longitude/Latitude/Altitude, and no two neighbouring columns hold numbers to read as coordinates. "
+               "Please make sure all row data are tab-separated or comma-separated.";
+        QTest::newRow("not points") << "Name\tPixel X\tPixel Y\nA\t1\t2" << "The copied text holds no survey points."
+                                    << "This text looks like pixel positions in photos (Pixel X, Pixel Y), not survey "
+                                       "points: no X/Y/Z or Easting/Northing/Elevation columns were found.";
     }
 
     void errors()
