@@ -2,7 +2,8 @@
 
 #include <QFile>
 
-#include <libexif/exif-data.h>
+#include <libexif/exif-format.h>
+#include <libexif/exif-tag.h>
 #include <libexif/exif-utils.h>
 
 #include <algorithm>
@@ -10,7 +11,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <limits>
-#include <memory>
 #include <new>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -21,11 +21,6 @@ namespace Utilities {
 namespace {
 
 const unsigned char kExifHeader[6] = {'E', 'x', 'i', 'f', 0, 0};
-
-struct ExifDataDeleter
-{
-    void operator()(ExifData* d) const { exif_data_unref(d); }
-};
 
 enum class Walk
 {
@@ -98,61 +93,131 @@ bool tiffHeaderValid(const unsigned char* payload, std::size_t size)
     return ifd0 >= 8 && std::size_t(ifd0) + 2 <= tiffSize;
 }
 
-ExifEntry* entryIn(ExifData* data, ExifIfd ifd, int tag)
+// One directory entry of the TIFF structure, its value located in the block.
+struct Entry
 {
-    ExifContent* content = data->ifd[ifd];
-    return content ? exif_content_get_entry(content, static_cast<ExifTag>(tag)) : nullptr;
-}
+    ExifFormat format = ExifFormat(0);
+    std::size_t components = 0;
+    const unsigned char* data = nullptr; // nullptr: absent, or its value lies outside the block
+};
 
-// Camera tags sit in the EXIF IFD, some writers put them in IFD0.
-ExifEntry* cameraEntry(ExifData* data, int tag)
+// Reads the tags of one image file directory. Only the few tags the photo
+// readers need are looked at, so a photo costs little more than its read;
+// values that point outside the block count as absent.
+class Directory
 {
-    ExifEntry* e = entryIn(data, EXIF_IFD_EXIF, tag);
-    return e ? e : entryIn(data, EXIF_IFD_0, tag);
-}
+public:
+    Directory(const unsigned char* tiff, std::size_t size, ExifByteOrder order, std::size_t offset)
+        : m_tiff(tiff), m_size(size), m_order(order)
+    {
+        if (offset < 8 || offset + 2 > size)
+            return;
+        m_entries = tiff + offset + 2;
+        // A directory cut short keeps the entries that fit.
+        m_count = std::min<std::size_t>(exif_get_short(tiff + offset, order), (size - offset - 2) / 12);
+    }
 
-int rationalCount(const ExifEntry* e)
+    Entry find(int tag) const
+    {
+        Entry e;
+        for (std::size_t i = 0; i < m_count; ++i) {
+            const unsigned char* p = m_entries + 12 * i;
+            if (exif_get_short(p, m_order) != tag)
+                continue;
+            e.format = ExifFormat(exif_get_short(p + 2, m_order));
+            e.components = exif_get_long(p + 4, m_order);
+            const std::size_t unit = exif_format_get_size(e.format);
+            if (unit == 0 || e.components == 0 || e.components > (1u << 16) / unit)
+                return Entry();
+            const std::size_t bytes = unit * e.components;
+            if (bytes <= 4) {
+                e.data = p + 8;
+            } else {
+                const std::size_t at = exif_get_long(p + 8, m_order);
+                if (at < m_size && bytes <= m_size - at)
+                    e.data = m_tiff + at;
+            }
+            return e.data ? e : Entry();
+        }
+        return e;
+    }
+
+    // The directory another tag's value points at.
+    Directory sub(int tag) const
+    {
+        const Entry e = find(tag);
+        const std::size_t at = e.data && (e.format == EXIF_FORMAT_LONG || e.format == EXIF_FORMAT_UNDEFINED)
+                                   ? exif_get_long(e.data, m_order)
+                                   : 0;
+        return Directory(m_tiff, m_size, m_order, at);
+    }
+
+    ExifByteOrder order() const { return m_order; }
+
+private:
+    const unsigned char* m_tiff;
+    std::size_t m_size;
+    ExifByteOrder m_order;
+    const unsigned char* m_entries = nullptr;
+    std::size_t m_count = 0;
+};
+
+int rationalCount(const Entry& e)
 {
-    if (!e || e->format != EXIF_FORMAT_RATIONAL || !e->data)
-        return 0;
-    return int(std::min<unsigned long>(e->components, e->size / 8));
+    const bool rational = e.format == EXIF_FORMAT_RATIONAL || e.format == EXIF_FORMAT_SRATIONAL;
+    return rational && e.data ? int(std::min<std::size_t>(e.components, 3)) : 0;
 }
 
 // A zero denominator means "unknown".
-bool rationalAt(const ExifEntry* e, int index, ExifByteOrder order, double& value)
+bool rationalAt(const Entry& e, int index, ExifByteOrder order, double& value)
 {
     if (index >= rationalCount(e))
         return false;
-    const ExifRational r = exif_get_rational(e->data + 8 * index, order);
-    if (r.denominator == 0)
+    const unsigned char* p = e.data + 8 * index;
+    double numerator = 0.0, denominator = 0.0;
+    if (e.format == EXIF_FORMAT_SRATIONAL) {
+        const ExifSRational r = exif_get_srational(p, order);
+        numerator = r.numerator;
+        denominator = r.denominator;
+    } else {
+        const ExifRational r = exif_get_rational(p, order);
+        numerator = r.numerator;
+        denominator = r.denominator;
+    }
+    if (denominator == 0.0)
         return false;
-    value = double(r.numerator) / double(r.denominator);
+    value = numerator / denominator;
     return true;
 }
 
-char firstByte(const ExifEntry* e)
+char firstByte(const Entry& e)
 {
-    return e && e->data && e->size >= 1 ? char(e->data[0]) : '\0';
+    return e.data ? char(e.data[0]) : '\0';
 }
 
-long long integerOf(const ExifEntry* e, ExifByteOrder order)
+long long integerOf(const Entry& e, ExifByteOrder order)
 {
-    if (!e || !e->data)
-        return 0;
-    if (e->format == EXIF_FORMAT_SHORT && e->size >= 2)
-        return exif_get_short(e->data, order);
-    if (e->format == EXIF_FORMAT_LONG && e->size >= 4)
-        return exif_get_long(e->data, order);
+    if (e.format == EXIF_FORMAT_SHORT && e.data)
+        return exif_get_short(e.data, order);
+    if (e.format == EXIF_FORMAT_LONG && e.data)
+        return exif_get_long(e.data, order);
     return 0;
 }
 
-void readAngle(ExifData* data, int valueTag, int refTag, ExifByteOrder order, ExifAngle& angle)
+// Camera tags sit in the EXIF directory, some writers put them in IFD0.
+Entry cameraEntry(const Directory& exif, const Directory& ifd0, int tag)
 {
-    const ExifEntry* e = entryIn(data, EXIF_IFD_GPS, valueTag);
-    angle.count = std::min(3, rationalCount(e));
+    const Entry e = exif.find(tag);
+    return e.data ? e : ifd0.find(tag);
+}
+
+void readAngle(const Directory& gps, int valueTag, int refTag, ExifAngle& angle)
+{
+    const Entry e = gps.find(valueTag);
+    angle.count = rationalCount(e);
     for (int i = 0; i < angle.count; ++i)
-        angle.known[i] = rationalAt(e, i, order, angle.parts[i]);
-    angle.ref = firstByte(entryIn(data, EXIF_IFD_GPS, refTag));
+        angle.known[i] = rationalAt(e, i, gps.order(), angle.parts[i]);
+    angle.ref = firstByte(gps.find(refTag));
 }
 
 struct FdCloser
@@ -189,28 +254,23 @@ ExifStatus decodeExif(const unsigned char* data, std::size_t size, ExifTags& tag
     if (!tiffHeaderValid(payload, payloadSize))
         return ExifStatus::Corrupt;
 
-    std::unique_ptr<ExifData, ExifDataDeleter> exif(
-        exif_data_new_from_data(payload, static_cast<unsigned int>(payloadSize)));
-    if (!exif)
-        return ExifStatus::NoMemory;
-    ExifData* d = exif.get();
-    const ExifByteOrder order = exif_data_get_byte_order(d);
+    const unsigned char* tiff = payload + sizeof kExifHeader;
+    const std::size_t tiffSize = payloadSize - sizeof kExifHeader;
+    const ExifByteOrder order = tiff[0] == 'I' ? EXIF_BYTE_ORDER_INTEL : EXIF_BYTE_ORDER_MOTOROLA;
+    const Directory ifd0(tiff, tiffSize, order, exif_get_long(tiff + 4, order));
+    const Directory exif = ifd0.sub(EXIF_TAG_EXIF_IFD_POINTER);
+    rationalAt(cameraEntry(exif, ifd0, EXIF_TAG_FOCAL_LENGTH), 0, order, tags.focalLengthMm);
+    tags.focalLength35mm = integerOf(cameraEntry(exif, ifd0, EXIF_TAG_FOCAL_LENGTH_IN_35MM_FILM), order);
+    tags.pixelWidth = integerOf(cameraEntry(exif, ifd0, EXIF_TAG_PIXEL_X_DIMENSION), order);
+    tags.pixelHeight = integerOf(cameraEntry(exif, ifd0, EXIF_TAG_PIXEL_Y_DIMENSION), order);
 
-    const ExifEntry* focal = cameraEntry(d, EXIF_TAG_FOCAL_LENGTH);
-    rationalAt(focal, 0, order, tags.focalLengthMm);
-    tags.focalLength35mm = integerOf(cameraEntry(d, EXIF_TAG_FOCAL_LENGTH_IN_35MM_FILM), order);
-    tags.pixelWidth = integerOf(cameraEntry(d, EXIF_TAG_PIXEL_X_DIMENSION), order);
-    tags.pixelHeight = integerOf(cameraEntry(d, EXIF_TAG_PIXEL_Y_DIMENSION), order);
-
-    // GPS tags share numbers with tags of other IFDs, so look only in the GPS IFD.
-    if (!d->ifd[EXIF_IFD_GPS])
-        return ExifStatus::Ok;
-    tags.hasGpsBlock = d->ifd[EXIF_IFD_GPS]->count > 0;
-    readAngle(d, EXIF_TAG_GPS_LATITUDE, EXIF_TAG_GPS_LATITUDE_REF, order, tags.latitude);
-    readAngle(d, EXIF_TAG_GPS_LONGITUDE, EXIF_TAG_GPS_LONGITUDE_REF, order, tags.longitude);
-    tags.altitudeRef = static_cast<unsigned char>(firstByte(entryIn(d, EXIF_IFD_GPS, EXIF_TAG_GPS_ALTITUDE_REF)));
-    tags.altitudeKnown = rationalAt(entryIn(d, EXIF_IFD_GPS, EXIF_TAG_GPS_ALTITUDE), 0, order, tags.altitude);
-    rationalAt(entryIn(d, EXIF_IFD_GPS, EXIF_TAG_GPS_DOP), 0, order, tags.dop);
+    // GPS tags share numbers with tags of other directories, so look only in the GPS one.
+    const Directory gps = ifd0.sub(EXIF_TAG_GPS_INFO_IFD_POINTER);
+    readAngle(gps, EXIF_TAG_GPS_LATITUDE, EXIF_TAG_GPS_LATITUDE_REF, tags.latitude);
+    readAngle(gps, EXIF_TAG_GPS_LONGITUDE, EXIF_TAG_GPS_LONGITUDE_REF, tags.longitude);
+    tags.altitudeRef = static_cast<unsigned char>(firstByte(gps.find(EXIF_TAG_GPS_ALTITUDE_REF)));
+    tags.altitudeKnown = rationalAt(gps.find(EXIF_TAG_GPS_ALTITUDE), 0, order, tags.altitude);
+    rationalAt(gps.find(EXIF_TAG_GPS_DOP), 0, order, tags.dop);
     return ExifStatus::Ok;
 }
 

@@ -21,7 +21,6 @@ struct ExifAngle
 // The tags the photo readers need, decoded from one EXIF block.
 struct ExifTags
 {
-    bool hasGpsBlock = false;
     ExifAngle latitude;
     ExifAngle longitude;
     double altitude = 0.0; // metres, unsigned as stored
@@ -42,7 +41,7 @@ enum class ExifStatus
     NotJpeg = 1,  // no JPEG start-of-image marker
     NoExif = 2,   // a JPEG without an EXIF APP1 segment
     Corrupt = 3,  // the segment or its TIFF header is cut short or malformed
-    NoMemory = 4
+    NoMemory = 4  // kept for the plug-in's codes; decoding allocates nothing
 };
 
 // Decodes the EXIF block of the JPEG bytes in [data, data + size), which
