@@ -8,6 +8,8 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTemporaryFile>
+
+#include <functional>
 #include <QtTest>
 
 #include <cstdio>
@@ -31,29 +33,20 @@ struct Photo
     QString kind; // gps, none, zero
 };
 
-// What the reader prints to standard output while it lives.
-class StdoutCapture
+// What `call` prints to standard output.
+QByteArray printedBy(const std::function<void()>& call)
 {
-public:
-    StdoutCapture()
-    {
-        m_file.open();
-        std::fflush(stdout);
-        m_saved = ::dup(STDOUT_FILENO);
-        ::dup2(m_file.handle(), STDOUT_FILENO);
-    }
-    QByteArray finish()
-    {
-        std::fflush(stdout);
-        ::dup2(m_saved, STDOUT_FILENO);
-        ::close(m_saved);
-        return readFile(m_file.fileName());
-    }
-
-private:
-    QTemporaryFile m_file;
-    int m_saved = -1;
-};
+    QTemporaryFile file;
+    file.open();
+    std::fflush(stdout);
+    const int saved = ::dup(STDOUT_FILENO);
+    ::dup2(file.handle(), STDOUT_FILENO);
+    call();
+    std::fflush(stdout);
+    ::dup2(saved, STDOUT_FILENO);
+    ::close(saved);
+    return readFile(file.fileName());
+}
 
 // Offset just past the APP1 segment holding the EXIF block, or -1.
 int exifSegmentEnd(const QByteArray& jpeg)
@@ -82,309 +75,277 @@ class TestPhotoGpsReader : public QObject
 {
     Q_OBJECT
 
-private slots:
-    void initTestCase();
-    void positionsMatchTheFlight_data();
-    void positionsMatchTheFlight();
-    void recordOfEachKind_data();
-    void recordOfEachKind();
-    void files_data();
-    void files();
-    void parseCodes_data();
-    void parseCodes();
-    void everyCutInsideTheExifSegmentIsRejected();
-    void corruptedBytesNeverCrashTheParser();
-    void exiftoolAgreesWithTheManifest();
-
-private:
-    QList<Photo> flight(const QString& name, const QStringList& args);
-    QString makeCase(const QString& kind);
-
     QTemporaryDir m_tmp;
     QList<Photo> m_photos;
     Photo m_south; // a south-western photo below sea level
-};
 
-QList<Photo> TestPhotoGpsReader::flight(const QString& name, const QStringList& args)
-{
-    const QString dir = m_tmp.filePath(name);
-    QList<Photo> photos;
-    if (Zyn::TestSupport::makeDronePhotos(dir, args).isEmpty())
-        return photos;
-    for (const QByteArray& line : readFile(QDir(dir).filePath(QStringLiteral("manifest.csv"))).split('\n').mid(1)) {
-        const QList<QByteArray> f = line.split(',');
-        if (f.size() >= 6)
-            photos << Photo{QDir(dir).filePath(QString::fromUtf8(f[0])), f[1].toDouble(), f[2].toDouble(),
-                            f[3].toDouble(), QString::fromUtf8(f[5])};
-    }
-    return photos;
-}
-
-void TestPhotoGpsReader::initTestCase()
-{
-    QStandardPaths::setTestModeEnabled(true);
-    QVERIFY(m_tmp.isValid());
-    const QList<Photo> north = flight("ne", {"--count", "6", "--lat", "47.3769", "--lon", "8.5417", "--alt", "520",
-                                             "--no-gps", "1", "--zero-gps", "1"});
-    const QList<Photo> south = flight("sw", {"--count", "3", "--lat", "-22.9519", "--lon", "-43.2105", "--alt", "-380",
-                                             "--agl", "60", "--seed", "7"});
-    QCOMPARE(north.size(), 6);
-    QCOMPARE(south.size(), 3);
-    m_photos = north + south;
-    m_south = south.first();
-}
-
-void TestPhotoGpsReader::positionsMatchTheFlight_data()
-{
-    QTest::addColumn<Photo>("photo");
-    for (const Photo& p : qAsConst(m_photos))
-        QTest::newRow(qPrintable(QDir(m_tmp.path()).relativeFilePath(p.file))) << p;
-}
-
-void TestPhotoGpsReader::positionsMatchTheFlight()
-{
-    QFETCH(Photo, photo);
-    double lon = 999, lat = 999, alt = 999;
-    StdoutCapture out;
-    const bool ok = readPhotoGpsPosition(photo.file.toStdWString(), lon, lat, alt);
-    QCOMPARE(out.finish(), QByteArray());
-    QCOMPARE(ok, photo.kind == QLatin1String("gps"));
-    if (ok) {
-        QVERIFY2(qAbs(lat - photo.lat) < 1e-6 && qAbs(lon - photo.lon) < 1e-6 && qAbs(alt - photo.alt) < 1e-6,
-                 qPrintable(QStringLiteral("%1 %2 %3").arg(lat, 0, 'f', 9).arg(lon, 0, 'f', 9).arg(alt)));
-    }
-}
-
-void TestPhotoGpsReader::recordOfEachKind_data()
-{
-    QTest::addColumn<QString>("kind");
-    QTest::addColumn<bool>("south");
-    QTest::addColumn<QString>("refs");     // latitude and longitude references
-    QTest::addColumn<double>("latDegrees"); // unsigned: the reference gives the sign
-    QTest::addColumn<double>("lonDegrees");
-    QTest::addColumn<int>("altitudeRef");
-    QTest::newRow("north-east") << "gps" << false << "NE" << 47.0 << 8.0 << 0;
-    QTest::newRow("south-west below sea level") << "gps" << true << "SW" << 22.0 << 43.0 << 1;
-    QTest::newRow("no GPS block") << "none" << false << QString() << 0.0 << 0.0 << 0;
-    QTest::newRow("all-zero GPS block") << "zero" << false << "NE" << 0.0 << 0.0 << 0;
-}
-
-void TestPhotoGpsReader::recordOfEachKind()
-{
-    QFETCH(QString, kind);
-    QFETCH(bool, south);
-    QFETCH(QString, refs);
-    QFETCH(double, latDegrees);
-    QFETCH(double, lonDegrees);
-    QFETCH(int, altitudeRef);
-    Photo photo = m_south;
-    for (const Photo& p : qAsConst(m_photos))
-        if (!south && p.kind == kind) {
-            photo = p;
-            break;
+    QList<Photo> flight(const QString& name, const QStringList& args)
+    {
+        const QString dir = m_tmp.filePath(name);
+        QList<Photo> photos;
+        if (Zyn::TestSupport::makeDronePhotos(dir, args).isEmpty())
+            return photos;
+        for (const QByteArray& line : readFile(QDir(dir).filePath(QStringLiteral("manifest.csv"))).split('\n').mid(1)) {
+            const QList<QByteArray> f = line.split(',');
+            if (f.size() >= 6)
+                photos << Photo{QDir(dir).filePath(QString::fromUtf8(f[0])), f[1].toDouble(), f[2].toDouble(),
+                                f[3].toDouble(), QString::fromUtf8(f[5])};
         }
-    ExifGpsRecord rec;
-    rec.Latitude = 5; // reset by the reader
-    QVERIFY(readExifFromFile(photo.file.toStdWString(), rec));
-    QCOMPARE(QString(QChar(rec.LatComponents.direction)) + QChar(rec.LonComponents.direction),
-             refs.isEmpty() ? QString(QChar(0)) + QChar(0) : refs);
-    QCOMPARE(rec.LatComponents.degrees, latDegrees);
-    QCOMPARE(rec.LonComponents.degrees, lonDegrees);
-    QCOMPARE(int(rec.AltitudeRef), altitudeRef);
-    double lon = 0, lat = 0, alt = 0;
-    QCOMPARE(readPhotoGpsPosition(photo.file.toStdWString(), lon, lat, alt), kind == QLatin1String("gps"));
-    if (kind != QLatin1String("gps")) {
-        QCOMPARE(rec.Latitude, 0.0);
-        QCOMPARE(rec.DOP, 0.0);
-        return;
+        return photos;
     }
-    const double fromParts = rec.LatComponents.degrees + rec.LatComponents.minutes / 60 + rec.LatComponents.seconds / 3600;
-    QVERIFY(qAbs(fromParts - qAbs(photo.lat)) < 1e-9);
-    QCOMPARE(rec.Latitude, lat);
-    QCOMPARE(rec.Longitude, lon);
-    QCOMPARE(rec.Altitude, alt);
-    QVERIFY(rec.DOP >= 0.7 && rec.DOP <= 1.5);
-}
 
-// Makes the file of one case of files(); an empty path when it cannot here.
-QString TestPhotoGpsReader::makeCase(const QString& kind)
-{
-    const QByteArray whole = readFile(m_south.file);
-    const int end = exifSegmentEnd(whole);
-    const QString path = m_tmp.filePath(QStringLiteral("case-%1.jpg").arg(QString(kind).replace(' ', '-')));
-    const QMap<QString, int> cuts{{"empty file", 0},  {"start marker only", 2}, {"inside a segment header", 5},
-                                  {"cut mid-segment", end - 2000}, {"last segment byte missing", end - 1},
-                                  {"cut after the EXIF segment", end + (whole.size() - end) / 2}};
-    if (cuts.contains(kind))
-        return end > 3000 && writeFile(path, whole.left(cuts.value(kind))) ? path : QString();
-    if (kind == "missing file")
-        return m_tmp.filePath("no-such-photo.jpg");
-    if (kind == "dangling link")
-        return QFile::link(m_tmp.filePath("gone.jpg"), path) ? path : QString();
-    if (kind == "directory")
-        return m_tmp.path();
-    if (kind == "fifo") // opening one would wait for a writer
-        return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0 ? path : QString();
-    if (kind == "socket") {
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        const QByteArray native = QFile::encodeName(path);
-        std::strncpy(address.sun_path, native.constData(), sizeof address.sun_path - 1);
-        const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-        const bool bound = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
-        ::close(fd); // the socket file stays behind
-        return bound ? path : QString();
+    // Makes the file of one case of files(); an empty path when it cannot here.
+    QString makeCase(const QString& kind)
+    {
+        const QByteArray whole = readFile(m_south.file);
+        const int end = exifSegmentEnd(whole);
+        const QString path = m_tmp.filePath(QStringLiteral("case-%1.jpg").arg(QString(kind).replace(' ', '-')));
+        const QMap<QString, int> cuts{{"empty file", 0}, {"cut inside the EXIF segment", end - 2000},
+                                      {"cut after the EXIF segment", end + (whole.size() - end) / 2}};
+        if (cuts.contains(kind))
+            return end > 3000 && writeFile(path, whole.left(cuts.value(kind))) ? path : QString();
+        if (kind == "missing file")
+            return m_tmp.filePath("no-such-photo.jpg");
+        if (kind == "dangling link")
+            return QFile::link(m_tmp.filePath("gone.jpg"), path) ? path : QString();
+        if (kind == "directory")
+            return m_tmp.path();
+        if (kind == "fifo") // opening one would wait for a writer
+            return ::mkfifo(QFile::encodeName(path).constData(), 0600) == 0 ? path : QString();
+        if (kind == "socket") {
+            sockaddr_un address{};
+            address.sun_family = AF_UNIX;
+            const QByteArray native = QFile::encodeName(path);
+            std::strncpy(address.sun_path, native.constData(), sizeof address.sun_path - 1);
+            const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
+            const bool bound = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0;
+            ::close(fd); // the socket file stays behind
+            return bound ? path : QString();
+        }
+        if (kind == "stated size beyond the contents") {
+            const QString sys = QStringLiteral("/sys/kernel/mm/transparent_hugepage/enabled");
+            return QFileInfo(sys).size() > readFile(sys).size() ? sys : QString();
+        }
+        if (kind == "no stated size") {
+            const QString proc = QStringLiteral("/proc/self/stat");
+            return QFileInfo::exists(proc) && QFileInfo(proc).size() == 0 ? proc : QString();
+        }
+        if (kind == "text") {
+            return writeFile(path, "file,lat,lon\nnot,a,photo\n") ? path : QString();
+        }
+        if (kind == "JPEG without EXIF") {
+            QImage image(64, 48, QImage::Format_RGB32);
+            image.fill(Qt::darkGreen);
+            return image.save(path, "JPG") ? path : QString();
+        }
+        if (kind == "non-ASCII path") {
+            const QString dir = m_tmp.filePath(QStringLiteral("Vôo São João"));
+            const QString target = QDir(dir).filePath(QStringLiteral("foto_ü_北.jpg"));
+            return QDir().mkpath(dir) && QFile::copy(m_south.file, target) ? target : QString();
+        }
+        if (kind == "EXIF after a 150 KiB segment") {
+            // Longer than the first read: the reader must read on.
+            QByteArray filler;
+            for (int i = 0; i < 3; ++i)
+                filler += QByteArray("\xFF\xE2\xC3\x52", 4) + QByteArray(50000, 'x');
+            return writeFile(path, whole.left(2) + filler + whole.mid(2)) ? path : QString();
+        }
+        return QString();
     }
-    if (kind == "stated size beyond the contents") {
-        const QString sys = QStringLiteral("/sys/kernel/mm/transparent_hugepage/enabled");
-        return QFileInfo(sys).size() > readFile(sys).size() ? sys : QString();
+
+private slots:
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_tmp.isValid());
+        const QList<Photo> north = flight("ne", {"--count", "6", "--lat", "47.3769", "--lon", "8.5417", "--alt", "520",
+                                                 "--no-gps", "1", "--zero-gps", "1"});
+        const QList<Photo> south = flight("sw", {"--count", "3", "--lat", "-22.9519", "--lon", "-43.2105", "--alt", "-380",
+                                                 "--agl", "60", "--seed", "7"});
+        QCOMPARE(north.size(), 6);
+        QCOMPARE(south.size(), 3);
+        m_photos = north + south;
+        m_south = south.first();
     }
-    if (kind == "no stated size") {
-        const QString proc = QStringLiteral("/proc/self/stat");
-        return QFileInfo::exists(proc) && QFileInfo(proc).size() == 0 ? proc : QString();
+
+    void positionsMatchTheFlight_data()
+    {
+        QTest::addColumn<Photo>("photo");
+        for (const Photo& p : qAsConst(m_photos))
+            QTest::newRow(qPrintable(QDir(m_tmp.path()).relativeFilePath(p.file))) << p;
     }
-    if (kind == "text") {
-        return writeFile(path, "file,lat,lon\nnot,a,photo\n") ? path : QString();
+
+    void positionsMatchTheFlight()
+    {
+        QFETCH(Photo, photo);
+        double lon = 999, lat = 999, alt = 999;
+        bool ok = false;
+        QCOMPARE(printedBy([&] { ok = readPhotoGpsPosition(photo.file.toStdWString(), lon, lat, alt); }), QByteArray());
+        QCOMPARE(ok, photo.kind == QLatin1String("gps"));
+        if (ok) {
+            QVERIFY2(qAbs(lat - photo.lat) < 1e-6 && qAbs(lon - photo.lon) < 1e-6 && qAbs(alt - photo.alt) < 1e-6,
+                     qPrintable(QStringLiteral("%1 %2 %3").arg(lat, 0, 'f', 9).arg(lon, 0, 'f', 9).arg(alt)));
+        }
     }
-    if (kind == "JPEG without EXIF") {
+
+    void recordOfEachKind_data()
+    {
+        QTest::addColumn<QString>("kind");
+        // References, unsigned degrees (the reference gives the sign), altitude reference.
+        QTest::addColumn<QString>("record");
+        QTest::newRow("north-east") << "gps" << "NE 47 8 0";
+        QTest::newRow("south-west below sea level") << "south" << "SW 22 43 1";
+        QTest::newRow("no GPS block") << "none" << "-- 0 0 0";
+        QTest::newRow("all-zero GPS block") << "zero" << "NE 0 0 0";
+    }
+
+    void recordOfEachKind()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, record);
+        Photo photo = m_south;
+        for (const Photo& p : qAsConst(m_photos)) {
+            if (p.kind == kind) {
+                photo = p;
+                break;
+            }
+        }
+        ExifGpsRecord rec;
+        rec.Latitude = 5; // reset by the reader
+        QVERIFY(readExifFromFile(photo.file.toStdWString(), rec));
+        const auto ref = [](char c) { return c ? QChar(c) : QChar('-'); };
+        QCOMPARE(QStringLiteral("%1%2 %3 %4 %5")
+                     .arg(ref(rec.LatComponents.direction))
+                     .arg(ref(rec.LonComponents.direction))
+                     .arg(rec.LatComponents.degrees)
+                     .arg(rec.LonComponents.degrees)
+                     .arg(int(rec.AltitudeRef)),
+                 record);
+        double lon = 0, lat = 0, alt = 0;
+        const bool gps = readPhotoGpsPosition(photo.file.toStdWString(), lon, lat, alt);
+        QCOMPARE(gps, kind == QLatin1String("gps") || kind == QLatin1String("south"));
+        QCOMPARE(rec.Latitude, gps ? lat : 0.0);
+        QCOMPARE(rec.DOP > 0.5, gps);
+    }
+
+    void files_data()
+    {
+        QTest::addColumn<bool>("ok");
+        QTest::addColumn<QByteArray>("printed");
+        const QByteArray cannotOpen("Can't open file.\n");
+        for (const char* quiet : {"empty path", "missing file", "dangling link", "no stated size", "empty file",
+                                  "cut inside the EXIF segment", "text", "JPEG without EXIF"})
+            QTest::newRow(quiet) << false << QByteArray();
+        for (const char* unopenable : {"directory", "fifo", "socket"})
+            QTest::newRow(unopenable) << false << cannotOpen;
+        QTest::newRow("stated size beyond the contents") << false << QByteArray("Can't read file.\n");
+        for (const char* good : {"cut after the EXIF segment", "non-ASCII path", "EXIF after a 150 KiB segment"})
+            QTest::newRow(good) << true << QByteArray();
+    }
+
+    void files()
+    {
+        QFETCH(bool, ok);
+        QFETCH(QByteArray, printed);
+        const QString kind = QString::fromUtf8(QTest::currentDataTag());
+        const QString path = makeCase(kind);
+        if (path.isEmpty() && kind != QLatin1String("empty path"))
+            QSKIP("this case cannot be made here");
+        double lon = 0, lat = 0, alt = 0;
+        bool got = false;
+        QCOMPARE(printedBy([&] { got = readPhotoGpsPosition(path.toStdWString(), lon, lat, alt); }), printed);
+        QCOMPARE(got, ok);
+        if (ok)
+            QVERIFY(qAbs(lat - m_south.lat) < 1e-6 && qAbs(lon - m_south.lon) < 1e-6);
+    }
+
+    void parseCodes_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("code");
         QImage image(64, 48, QImage::Format_RGB32);
         image.fill(Qt::darkGreen);
-        return image.save(path, "JPG") ? path : QString();
+        QByteArray plain;
+        QBuffer buffer(&plain);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "JPG");
+        QTest::newRow("nothing") << QByteArray() << int(ExifParseNoJpeg);
+        QTest::newRow("text") << QByteArray("file,lat,lon\nnot,a,photo\n") << int(ExifParseNoJpeg);
+        QTest::newRow("JPEG without EXIF") << plain << int(ExifParseNoExif);
+        QTest::newRow("EXIF header without TIFF header")
+            << QByteArray("\xFF\xD8\xFF\xE1\x00\x0A" "Exif\0\0XY", 14) + plain.mid(2) << int(ExifParseCorrupt);
+        QTest::newRow("a photo") << readFile(m_south.file) << int(ExifParseSuccess);
     }
-    if (kind == "non-ASCII path") {
-        const QString dir = m_tmp.filePath(QStringLiteral("Vôo São João"));
-        const QString target = QDir(dir).filePath(QStringLiteral("foto_ü_北.jpg"));
-        return QDir().mkpath(dir) && QFile::copy(m_south.file, target) ? target : QString();
-    }
-    if (kind == "EXIF after a 150 KiB segment") {
-        // Longer than the first read: the reader must read on.
-        QByteArray filler;
-        for (int i = 0; i < 3; ++i)
-            filler += QByteArray("\xFF\xE2\xC3\x52", 4) + QByteArray(50000, 'x');
-        return writeFile(path, whole.left(2) + filler + whole.mid(2)) ? path : QString();
-    }
-    return QString();
-}
 
-void TestPhotoGpsReader::files_data()
-{
-    QTest::addColumn<bool>("ok");
-    QTest::addColumn<QByteArray>("printed");
-    const QByteArray cannotOpen("Can't open file.\n");
-    for (const char* quiet : {"empty path", "missing file", "dangling link", "no stated size", "empty file",
-                              "start marker only", "inside a segment header", "cut mid-segment",
-                              "last segment byte missing", "text", "JPEG without EXIF"})
-        QTest::newRow(quiet) << false << QByteArray();
-    for (const char* unopenable : {"directory", "fifo", "socket"})
-        QTest::newRow(unopenable) << false << cannotOpen;
-    QTest::newRow("stated size beyond the contents") << false << QByteArray("Can't read file.\n");
-    for (const char* good : {"cut after the EXIF segment", "non-ASCII path", "EXIF after a 150 KiB segment"})
-        QTest::newRow(good) << true << QByteArray();
-}
-
-void TestPhotoGpsReader::files()
-{
-    QFETCH(bool, ok);
-    QFETCH(QByteArray, printed);
-    const QString kind = QString::fromUtf8(QTest::currentDataTag());
-    const QString path = makeCase(kind);
-    if (path.isEmpty() && kind != QLatin1String("empty path"))
-        QSKIP("this case cannot be made here");
-    double lon = 0, lat = 0, alt = 0;
-    StdoutCapture out;
-    const bool got = readPhotoGpsPosition(path.toStdWString(), lon, lat, alt);
-    QCOMPARE(out.finish(), printed);
-    QCOMPARE(got, ok);
-    if (ok)
-        QVERIFY(qAbs(lat - m_south.lat) < 1e-6 && qAbs(lon - m_south.lon) < 1e-6);
-}
-
-void TestPhotoGpsReader::parseCodes_data()
-{
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<int>("code");
-    QImage image(64, 48, QImage::Format_RGB32);
-    image.fill(Qt::darkGreen);
-    QByteArray plain;
-    QBuffer buffer(&plain);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPG");
-    QTest::newRow("nothing") << QByteArray() << int(ExifParseNoJpeg);
-    QTest::newRow("text") << QByteArray("file,lat,lon\nnot,a,photo\n") << int(ExifParseNoJpeg);
-    QTest::newRow("JPEG without EXIF") << plain << int(ExifParseNoExif);
-    QTest::newRow("EXIF header without TIFF header")
-        << QByteArray("\xFF\xD8\xFF\xE1\x00\x0A" "Exif\0\0XY", 14) + plain.mid(2) << int(ExifParseCorrupt);
-    QTest::newRow("a photo") << readFile(m_south.file) << int(ExifParseSuccess);
-}
-
-void TestPhotoGpsReader::parseCodes()
-{
-    QFETCH(QByteArray, bytes);
-    QFETCH(int, code);
-    ExifGpsRecord rec;
-    QCOMPARE(parse(bytes, bytes.size(), rec), code);
-}
-
-void TestPhotoGpsReader::everyCutInsideTheExifSegmentIsRejected()
-{
-    const QByteArray whole = readFile(m_south.file);
-    const int end = exifSegmentEnd(whole);
-    QVERIFY(end > 0);
-    ExifGpsRecord rec;
-    for (int keep = 0; keep < end; ++keep) {
-        if (parse(whole, keep, rec) == ExifParseSuccess)
-            QFAIL(qPrintable(QStringLiteral("a photo cut to %1 bytes parsed").arg(keep)));
-    }
-    QCOMPARE(parse(whole, end, rec), int(ExifParseSuccess));
-    QCOMPARE(rec.LatComponents.degrees, 22.0);
-}
-
-void TestPhotoGpsReader::corruptedBytesNeverCrashTheParser()
-{
-    // The sanitizer build turns any out-of-bounds read into a failure here.
-    const QByteArray whole = readFile(m_south.file);
-    const int end = exifSegmentEnd(whole);
-    QVERIFY(end > 0);
-    std::mt19937 rng(12345);
-    int parsed = 0;
-    for (int round = 0; round < 400; ++round) {
-        QByteArray damaged = whole.left(end);
-        for (int k = 0, hits = 1 + int(rng() % 8); k < hits; ++k)
-            damaged[int(rng() % unsigned(end))] = char(rng() & 0xFF);
+    void parseCodes()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, code);
         ExifGpsRecord rec;
-        const int code = parse(damaged, damaged.size(), rec);
-        QVERIFY(code >= ExifParseSuccess && code <= ExifParseNoMemory);
-        parsed += code == ExifParseSuccess ? 1 : 0;
-        QVERIFY(!std::isnan(rec.Latitude) && !std::isnan(rec.Longitude) && !std::isnan(rec.Altitude));
+        QCOMPARE(parse(bytes, bytes.size(), rec), code);
     }
-    QVERIFY(parsed > 0); // most hits land in the thumbnail or tag values
-}
 
-// An independent reader sees the positions the manifest claims, so the
-// generator and the reader cannot share one mistake.
-void TestPhotoGpsReader::exiftoolAgreesWithTheManifest()
-{
-    const QString exiftool = QStandardPaths::findExecutable(QStringLiteral("exiftool"));
-    if (exiftool.isEmpty())
-        QSKIP("exiftool is not installed");
-    QProcess p;
-    QStringList args{"-n", "-csv", "-GPSLatitude", "-GPSLongitude", "-GPSAltitude"};
-    for (const Photo& photo : qAsConst(m_photos))
-        args << photo.file;
-    p.start(exiftool, args);
-    QVERIFY(p.waitForFinished(60000));
-    const QList<QByteArray> lines = p.readAllStandardOutput().trimmed().split('\n').mid(1);
-    QCOMPARE(lines.size(), m_photos.size());
-    for (int i = 0; i < lines.size(); ++i) {
-        const QList<QByteArray> f = lines[i].split(',');
-        const Photo& photo = m_photos[i];
-        QVERIFY2(f.size() == 4 && QFileInfo(QString::fromUtf8(f[0])) == QFileInfo(photo.file), lines[i].constData());
-        const bool gps = photo.kind == QLatin1String("gps");
-        QVERIFY2(qAbs(f[1].toDouble() - (gps ? photo.lat : 0)) < 1e-7, lines[i].constData());
-        QVERIFY2(qAbs(f[2].toDouble() - (gps ? photo.lon : 0)) < 1e-7, lines[i].constData());
-        QVERIFY2(!gps || qAbs(f[3].toDouble() - photo.alt) < 1e-6, lines[i].constData());
+    void everyCutInsideTheExifSegmentIsRejected()
+    {
+        const QByteArray whole = readFile(m_south.file);
+        const int end = exifSegmentEnd(whole);
+        QVERIFY(end > 0);
+        ExifGpsRecord rec;
+        for (int keep = 0; keep < end; ++keep) {
+            if (parse(whole, keep, rec) == ExifParseSuccess)
+                QFAIL(qPrintable(QStringLiteral("a photo cut to %1 bytes parsed").arg(keep)));
+        }
+        QCOMPARE(parse(whole, end, rec), int(ExifParseSuccess));
+        QCOMPARE(rec.LatComponents.degrees, 22.0);
     }
-}
+
+    void corruptedBytesNeverCrashTheParser()
+    {
+        // The sanitizer build turns any out-of-bounds read into a failure here.
+        const QByteArray whole = readFile(m_south.file);
+        const int end = exifSegmentEnd(whole);
+        QVERIFY(end > 0);
+        std::mt19937 rng(12345);
+        int parsed = 0;
+        for (int round = 0; round < 400; ++round) {
+            QByteArray damaged = whole.left(end);
+            for (int k = 0, hits = 1 + int(rng() % 8); k < hits; ++k)
+                damaged[int(rng() % unsigned(end))] = char(rng() & 0xFF);
+            ExifGpsRecord rec;
+            const int code = parse(damaged, damaged.size(), rec);
+            QVERIFY(code >= ExifParseSuccess && code <= ExifParseNoMemory);
+            parsed += code == ExifParseSuccess ? 1 : 0;
+            QVERIFY(!std::isnan(rec.Latitude) && !std::isnan(rec.Longitude) && !std::isnan(rec.Altitude));
+        }
+        QVERIFY(parsed > 0); // most hits land in the thumbnail or tag values
+    }
+
+    // An independent reader sees the positions the manifest claims, so the
+    // generator and the reader cannot share one mistake.
+    void exiftoolAgreesWithTheManifest()
+    {
+        const QString exiftool = QStandardPaths::findExecutable(QStringLiteral("exiftool"));
+        if (exiftool.isEmpty())
+            QSKIP("exiftool is not installed");
+        QProcess p;
+        QStringList args{"-n", "-csv", "-GPSLatitude", "-GPSLongitude", "-GPSAltitude"};
+        for (const Photo& photo : qAsConst(m_photos))
+            args << photo.file;
+        p.start(exiftool, args);
+        QVERIFY(p.waitForFinished(60000));
+        const QList<QByteArray> lines = p.readAllStandardOutput().trimmed().split('\n').mid(1);
+        QCOMPARE(lines.size(), m_photos.size());
+        for (int i = 0; i < lines.size(); ++i) {
+            const QList<QByteArray> f = lines[i].split(',');
+            const Photo& photo = m_photos[i];
+            QVERIFY2(f.size() == 4 && QFileInfo(QString::fromUtf8(f[0])) == QFileInfo(photo.file), lines[i].constData());
+            const bool gps = photo.kind == QLatin1String("gps");
+            QVERIFY2(qAbs(f[1].toDouble() - (gps ? photo.lat : 0)) < 1e-7, lines[i].constData());
+            QVERIFY2(qAbs(f[2].toDouble() - (gps ? photo.lon : 0)) < 1e-7, lines[i].constData());
+            QVERIFY2(!gps || qAbs(f[3].toDouble() - photo.alt) < 1e-6, lines[i].constData());
+        }
+    }
+};
 
 QTEST_GUILESS_MAIN(TestPhotoGpsReader)
 #include "tst_photogpsreader.moc"
