@@ -1,6 +1,8 @@
 #include <gcp/model/GcpCopyFormatter.h>
 
 #include <QRandomGenerator>
+#include <support/TestSupport.h>
+
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -314,9 +316,7 @@ private slots:
     {
         QTemporaryDir dir;
         const auto writeFile = [&](const QString& name, const QByteArray& bytes) {
-            QFile f(dir.filePath(name));
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write(bytes);
+            QVERIFY(Zyn::TestSupport::writeFile(dir.filePath(name), bytes));
         };
         writeFile("partial.cfg", "<cfg><headers><gcpname><group><name>Punkt</name></group></gcpname>"
                                  "<coord1><name>RW</name></coord1><coord2><name>HW</name></coord2></headers></cfg>");

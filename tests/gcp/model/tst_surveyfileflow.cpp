@@ -7,6 +7,8 @@
 #include <uibase/TaskDialog.h>
 #include <utilities/Constants.h>
 
+#include <support/TestSupport.h>
+
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -38,12 +40,6 @@ GcpMap sampleGcps(int count)
         gcps.insert(gcp.name, gcp);
     }
     return gcps;
-}
-
-QByteArray fileBytes(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 } // namespace
 
@@ -165,7 +161,7 @@ private slots:
         QTemporaryDir dir;
         const QString path = dir.filePath("survey.xml");
         QVERIFY(SurveyFileFlow::writeFile(path, {}, sampleGcps(2), GcpCoordSysInfo::ll84(), false).ok());
-        const QByteArray good = fileBytes(path);
+        const QByteArray good = Zyn::TestSupport::readFile(path);
         QVERIFY(good.contains("P1"));
 
         rlimit old{};
@@ -180,7 +176,7 @@ private slots:
         std::signal(SIGXFSZ, oldHandler);
 
         QCOMPARE(result.status, SurveyFileResult::Failed);
-        QCOMPARE(fileBytes(path), good);
+        QCOMPARE(Zyn::TestSupport::readFile(path), good);
         // No temporary file is left beside it.
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{"survey.xml"});
     }
