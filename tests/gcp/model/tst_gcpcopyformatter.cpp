@@ -1,8 +1,8 @@
 #include <gcp/model/GcpCopyFormatter.h>
 
-#include <QRandomGenerator>
 #include <support/TestSupport.h>
 
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -77,139 +77,99 @@ private slots:
         QLocale::setDefault(QLocale::c());
     }
 
-    void headerIsFound_data()
+    // What a first parse answers, and the records once the paste dialogs'
+    // questions (skip invalid rows, paste without a header) are answered yes.
+    void parse_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("NAME X Y Z") << "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\n" << QStringList{"GCP1 100 200 300 -"};
-        QTest::newRow("units, BOM, CRLF, trailing separator")
-            << QStringLiteral("\ufeffLabel\tEasting (m)\tNorthing [m]\tElevation (m)\t\r\nA1\t5.5\t6\t7\t\r\n")
-            << QStringList{"A1 5.5 6 7 -"};
-        QTest::newRow("columns in another order, extra columns")
-            << "Code\tN\tE\tGCP Label\tH\tAccuracy\tCheck\nk\t2\t1\tP1\t3\t0.01\ttrue\nk\t5\t4\tP2\t6\t0.02\tfalse\n"
-            << QStringList{"P1 1 2 3 cp", "P2 4 5 6 -"};
-        QTest::newRow("title line above the header")
-            << "Survey of 2024-05-01\nPoint Name,Lat,Long,Ellipsoidal height\n\"North, gate\",47.5,8.25,401.5\n"
-            << QStringList{"North, gate 8.25 47.5 401.5 -"};
-        QTest::newRow("no name column: default names")
-            << "x\ty\tz\n1\t2\t3\n4\t5\t6\n" << QStringList{"GCP1 1 2 3 -", "GCP2 4 5 6 -"};
-        QTest::newRow("two coordinates suffice") << "id,x,y\nA,1,2\n" << QStringList{"A 1 2 0 -"};
-        QTest::newRow("blank lines between rows") << "\n\nname\tx\ty\tz\n\n \nA\t1\t2\t3\n\n" << QStringList{"A 1 2 3 -"};
-        QTest::newRow("quoted cell with spaces and a doubled quote")
-            << QStringLiteral("Name\tX\tY\n\"12 deg 30' 5.10\"\" N\"\t1\t2\n") << QStringList{"12 deg 30' 5.10\" N 1 2 0 -"};
-        QTest::newRow("GIS export") << "#Label\tPOINT_X\tPOINT_Y\tPOINT_Z\nA\t1\t2\t3\n" << QStringList{"A 1 2 3 -"};
-        QTest::newRow("axis and meaning") << "local_id,X/Longitude,Y/Latitude,Z/Altitude\nB,1,2,3\n"
-                                          << QStringList{"B 1 2 3 -"};
-        QTest::newRow("station with abbreviations") << "Station\tE\tN\tElev\nC\t1\t2\t3\n" << QStringList{"C 1 2 3 -"};
-    }
-
-    void headerIsFound()
-    {
-        QFETCH(QString, text);
-        QFETCH(QStringList, expected);
-        GcpCopyFormatter formatter(text);
-        const Parsed p = parseOnce(formatter);
-        QVERIFY2(p.ok, qPrintable(QStringLiteral("%1 %2").arg(p.status.code).arg(p.status.message)));
-        QVERIFY(formatter.headerFound());
-        QCOMPARE(p.status.code, 0);
-        QCOMPARE(describeAll(p.gcps), expected);
-    }
-
-    void invalidRows_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("reason");
-        QTest::addColumn<QStringList>("kept");
-        QTest::newRow("invalid data") << "NAME\tX\tY\tZ\nP1\t1\t2\t3\nP7\tabc\t2\t3\n"
-                                      << "containing invalid data" << QStringList{"P1 1 2 3 -"};
-        QTest::newRow("too short for coordinates") << "NAME\tX\tY\tZ\nP1\t1\t2\nP2\t4\t5\t6\n"
-                                                   << "without valid coordinates" << QStringList{"P2 4 5 6 -"};
-        QTest::newRow("too short for the name") << "X\tY\tZ\tName\n1\t2\t3\n4\t5\t6\tP2\n"
-                                                << "without a valid GCP name" << QStringList{"P2 4 5 6 -"};
-        QTest::newRow("blank cell shifts the row") << "Name\tX\tY\tZ\nP1\t\t2\t3\nP2\t4\t5\t6\n"
-                                                   << "without valid coordinates" << QStringList{"P2 4 5 6 -"};
-        QTest::newRow("blank name") << "Name\tX\tY\tZ\n \t1\t2\t3\nP2\t4\t5\t6\n"
-                                    << "without a valid GCP name" << QStringList{"P2 4 5 6 -"};
-        QTest::newRow("latitude beyond the pole") << "Name,Lat,Lon\nA,46.5,6.5\nB,95,6.5\n"
-                                                  << "with a latitude outside ±90°" << QStringList{"A 6.5 46.5 0 -"};
-    }
-
-    void invalidRows()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, reason);
-        QFETCH(QStringList, kept);
-        GcpCopyFormatter formatter(text);
-        Parsed p = parseOnce(formatter);
-        QVERIFY(!p.ok);
-        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusInvalidRows));
-        QCOMPARE(p.status.message, reason);
-        QVERIFY(p.gcps.isEmpty());
-
-        formatter.setSkipInvalidRows(true);
-        p = parseOnce(formatter);
-        QVERIFY(p.ok);
-        QCOMPARE(p.status.code, 0);
-        QCOMPARE(describeAll(p.gcps), kept);
-    }
-
-    void noData_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::newRow("empty") << "";
-        QTest::newRow("blank lines") << "\n\n\n";
-        QTest::newRow("blank CRLF lines with spaces") << "\r\n  \r\n\t\r\n";
-        QTest::newRow("separators only") << ",,,\n\t\t\n";
-        QTest::newRow("header only") << "Name\tX\tY\tZ\n";
-        QTest::newRow("every row skipped") << "Name\tX\tY\tZ\n \t1\t2\t3\n";
-    }
-
-    void noData()
-    {
-        QFETCH(QString, text);
-        GcpCopyFormatter formatter(text);
-        formatter.setSkipInvalidRows(true);
-        const Parsed p = parseOnce(formatter);
-        QVERIFY(!p.ok);
-        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusNoData));
-    }
-
-    void headerless_data()
-    {
-        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("first"); // status code of the first parse
+        QTest::addColumn<QString>("reason"); // its message, for invalid rows
+        QTest::addColumn<QStringList>("records");
         QTest::addColumn<QStringList>("existing");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("name and coordinates") << "P1\t1\t2\t3\nP2\t4\t5\t6" << QStringList{}
-                                              << QStringList{"P1 1 2 3 -", "P2 4 5 6 -"};
-        QTest::newRow("numeric point numbers") << "101,10.5,20.5,30.5\n102,11,21,31" << QStringList{}
-                                               << QStringList{"101 10.5 20.5 30.5 -", "102 11 21 31 -"};
-        QTest::newRow("coordinates only, names avoid the table") << "1\t2\t3\n4\t5\t6" << QStringList{"gcp1", "GCP3"}
-                                                                  << QStringList{"GCP2 1 2 3 -", "GCP4 4 5 6 -"};
-        QTest::newRow("checkpoint column") << "A\t1\t2\t3\tTRUE\nB\t4\t5\t6\tfalse" << QStringList{}
-                                           << QStringList{"A 1 2 3 cp", "B 4 5 6 -"};
+        const int noHeader = GcpCopyFormatter::StatusNoHeader, invalid = GcpCopyFormatter::StatusInvalidRows,
+                  noData = GcpCopyFormatter::StatusNoData;
+        const QStringList none;
+        QTest::newRow("NAME X Y Z") << "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\n" << 0 << "" << QStringList{"GCP1 100 200 300 -"} << none;
+        QTest::newRow("units, BOM, CRLF, trailing separator")
+            << QStringLiteral("\ufeffLabel\tEasting (m)\tNorthing [m]\tElevation (m)\t\r\nA1\t5.5\t6\t7\t\r\n") << 0 << ""
+            << QStringList{"A1 5.5 6 7 -"} << none;
+        QTest::newRow("columns in another order, extra columns")
+            << "Code\tN\tE\tGCP Label\tH\tAccuracy\tCheck\nk\t2\t1\tP1\t3\t0.01\ttrue\nk\t5\t4\tP2\t6\t0.02\tfalse\n" << 0
+            << "" << QStringList{"P1 1 2 3 cp", "P2 4 5 6 -"} << none;
+        QTest::newRow("title line above the header")
+            << "Survey of 2024-05-01\nPoint Name,Lat,Long,Ellipsoidal height\n\"North, gate\",47.5,8.25,401.5\n" << 0
+            << "" << QStringList{"North, gate 8.25 47.5 401.5 -"} << none;
+        QTest::newRow("no name column: default names") << "x\ty\tz\n1\t2\t3\n4\t5\t6\n" << 0 << ""
+                                                       << QStringList{"GCP1 1 2 3 -", "GCP2 4 5 6 -"} << none;
+        QTest::newRow("two coordinates suffice") << "id,x,y\nA,1,2\n" << 0 << "" << QStringList{"A 1 2 0 -"} << none;
+        QTest::newRow("blank lines between rows") << "\n\nname\tx\ty\tz\n\n \nA\t1\t2\t3\n\n" << 0 << ""
+                                                  << QStringList{"A 1 2 3 -"} << none;
+        QTest::newRow("quoted cell with spaces and a doubled quote")
+            << QStringLiteral("Name\tX\tY\n\"12 deg 30' 5.10\"\" N\"\t1\t2\n") << 0 << ""
+            << QStringList{"12 deg 30' 5.10\" N 1 2 0 -"} << none;
+        QTest::newRow("GIS export") << "#Label\tPOINT_X\tPOINT_Y\tPOINT_Z\nA\t1\t2\t3\n" << 0 << ""
+                                    << QStringList{"A 1 2 3 -"} << none;
+        QTest::newRow("axis and meaning") << "local_id,X/Longitude,Y/Latitude,Z/Altitude\nB,1,2,3\n" << 0 << ""
+                                          << QStringList{"B 1 2 3 -"} << none;
+        QTest::newRow("station with abbreviations") << "Station\tE\tN\tElev\nC\t1\t2\t3\n" << 0 << ""
+                                                    << QStringList{"C 1 2 3 -"} << none;
+
+        QTest::newRow("invalid data") << "NAME\tX\tY\tZ\nP1\t1\t2\t3\nP7\tabc\t2\t3\n" << invalid
+                                      << "containing invalid data" << QStringList{"P1 1 2 3 -"} << none;
+        QTest::newRow("too short for coordinates") << "NAME\tX\tY\tZ\nP1\t1\t2\nP2\t4\t5\t6\n" << invalid
+                                                   << "without valid coordinates" << QStringList{"P2 4 5 6 -"} << none;
+        QTest::newRow("too short for the name") << "X\tY\tZ\tName\n1\t2\t3\n4\t5\t6\tP2\n" << invalid
+                                                << "without a valid GCP name" << QStringList{"P2 4 5 6 -"} << none;
+        QTest::newRow("blank cell shifts the row") << "Name\tX\tY\tZ\nP1\t\t2\t3\nP2\t4\t5\t6\n" << invalid
+                                                   << "without valid coordinates" << QStringList{"P2 4 5 6 -"} << none;
+        QTest::newRow("blank name") << "Name\tX\tY\tZ\n \t1\t2\t3\nP2\t4\t5\t6\n" << invalid
+                                    << "without a valid GCP name" << QStringList{"P2 4 5 6 -"} << none;
+        QTest::newRow("latitude beyond the pole") << "Name,Lat,Lon\nA,46.5,6.5\nB,95,6.5\n" << invalid
+                                                  << "with a latitude outside ±90°" << QStringList{"A 6.5 46.5 0 -"} << none;
+
+        const QStringList empties{"", "\n\n\n", "\r\n  \r\n\t\r\n", ",,,\n\t\t\n", "Name\tX\tY\tZ\n"};
+        for (const QString& empty : empties) // blank, CRLF and spaces, separators only, header only
+            QTest::addRow("no data %d", int(empties.indexOf(empty))) << empty << noData << "" << none << none;
+        QTest::newRow("every row skipped") << "Name\tX\tY\tZ\n \t1\t2\t3\n" << invalid << "without a valid GCP name"
+                                           << none << none;
+
+        QTest::newRow("headerless") << "P1\t1\t2\t3\nP2\t4\t5\t6" << noHeader << ""
+                                    << QStringList{"P1 1 2 3 -", "P2 4 5 6 -"} << none;
+        QTest::newRow("numeric point numbers") << "101,10.5,20.5,30.5\n102,11,21,31" << noHeader << ""
+                                               << QStringList{"101 10.5 20.5 30.5 -", "102 11 21 31 -"} << none;
+        QTest::newRow("coordinates only, names avoid the table") << "1\t2\t3\n4\t5\t6" << noHeader << ""
+            << QStringList{"GCP2 1 2 3 -", "GCP4 4 5 6 -"} << QStringList{"gcp1", "GCP3"};
+        QTest::newRow("checkpoint column") << "A\t1\t2\t3\tTRUE\nB\t4\t5\t6\tfalse" << noHeader << ""
+                                           << QStringList{"A 1 2 3 cp", "B 4 5 6 -"} << none;
         QTest::newRow("text columns before, extra after")
-            << "A\tcode\t1\t2\t3\t0.01\t0.02\nB\tcode\t4\t5\t6\t0.01\t0.02" << QStringList{}
-            << QStringList{"A 1 2 3 -", "B 4 5 6 -"};
-        QTest::newRow("unrecognised header line is not data")
-            << "Punkt\tRechtswert\tHochwert\tHoehe\nA\t1\t2\t3" << QStringList{} << QStringList{"A 1 2 3 -"};
+            << "A\tcode\t1\t2\t3\t0.01\t0.02\nB\tcode\t4\t5\t6\t0.01\t0.02" << noHeader << ""
+            << QStringList{"A 1 2 3 -", "B 4 5 6 -"} << none;
+        QTest::newRow("unrecognised header line is not data") << "Punkt\tRechtswert\tHochwert\tHoehe\nA\t1\t2\t3"
+                                                              << noHeader << "" << QStringList{"A 1 2 3 -"} << none;
     }
 
-    void headerless()
+    void parse()
     {
         QFETCH(QString, text);
+        QFETCH(int, first);
+        QFETCH(QString, reason);
+        QFETCH(QStringList, records);
         QFETCH(QStringList, existing);
-        QFETCH(QStringList, expected);
         GcpCopyFormatter formatter(text);
         formatter.setExistingNames(existing);
         Parsed p = parseOnce(formatter);
-        QVERIFY(!p.ok);
-        QCOMPARE(p.status.code, int(GcpCopyFormatter::StatusNoHeader));
-        QVERIFY(!formatter.headerFound());
+        QCOMPARE(p.status.code, first);
+        QCOMPARE(p.ok, first == 0);
+        if (first == GcpCopyFormatter::StatusInvalidRows)
+            QCOMPARE(p.status.message, reason);
+        if (first != GcpCopyFormatter::StatusNoData)
+            QCOMPARE(formatter.headerFound(), first != GcpCopyFormatter::StatusNoHeader);
 
+        formatter.setSkipInvalidRows(true);
         formatter.setAcceptWithoutHeader(true);
         p = parseOnce(formatter);
-        QVERIFY2(p.ok, qPrintable(QStringLiteral("%1 %2").arg(p.status.code).arg(p.status.message)));
-        QCOMPARE(describeAll(p.gcps), expected);
+        QCOMPARE(describeAll(p.gcps), records);
+        QCOMPARE(p.status.code, records.isEmpty() ? int(GcpCopyFormatter::StatusNoData) : 0);
     }
 
     // Headerless coordinates follow the order of the table's columns.
