@@ -57,13 +57,15 @@ private slots:
         qunsetenv("ZYN_LIST_SEPARATOR");
     }
 
-    // Each question is asked once; "no" or closing it stops the paste.
+    // Each question is asked once; "no" or closing it stops the paste. An
+    // error ends it.
     void questions_data()
     {
         QTest::addColumn<QString>("text");
         QTest::addColumn<QList<int>>("answers");
-        QTest::addColumn<QStringList>("asked"); // main text | detail
+        QTest::addColumn<QStringList>("asked"); // question or error: main text | detail
         QTest::addColumn<QStringList>("pasted");
+        const QStringList none;
         const QString invalid = "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\nP7\tabc\t2\t3";
         const QString headerless = "A\t1\t2\t3\nB\t4\t5\nC\t7\t8\t9";
         const QString skipInvalid = "Rows containing invalid data will be skipped. Continue?|";
@@ -82,6 +84,22 @@ private slots:
                                        << QStringList{};
         QTest::newRow("no header: closed") << headerless << QList<int>{TaskDialog::Rejected} << QStringList{noHeader}
                                            << QStringList{};
+        const QString advice = "Please make sure all row data are tab-separated or comma-separated.";
+        QTest::newRow("no data") << "\n \n" << QList<int>{}
+                                 << QStringList{"error: No GCP data have been found in the copied text. |"} << none;
+        QTest::newRow("cannot parse") << "A;1;2;3" << QList<int>{}
+                                      << QStringList{"error: The copied text cannot be parsed correctly.|" + advice}
+                                      << none;
+        QTest::newRow("no coordinate columns") << "a\tb\nc\td" << QList<int>{}
+            << QStringList{"error: No coordinate columns were found in the copied text.|The first line names the "
+                           "columns a, b, none of them X/Y/Z, Easting/Northing/Elevation or Longitude/Latitude/"
+                           "Altitude, and no two neighbouring columns hold numbers to read as coordinates. " + advice}
+            << none;
+        QTest::newRow("not points") << "Name\tPixel X\tPixel Y\nA\t1\t2" << QList<int>{}
+            << QStringList{"error: The copied text holds no survey points.|This text looks like pixel positions in "
+                           "photos (Pixel X, Pixel Y), not survey points: no X/Y/Z or Easting/Northing/Elevation "
+                           "columns were found."}
+            << none;
     }
 
     void questions()
@@ -94,46 +112,14 @@ private slots:
         const PasteOutcome out = GcpPasteFlow::paste(text, {}, {}, nullptr);
         QStringList shown;
         for (const Shown& s : qAsConst(m_shown)) {
-            shown << s.main + '|' + s.detail;
-            QCOMPARE(s.kind, int(TaskDialog::Warning));
-            QCOMPARE(s.buttons, int(TaskDialog::YesNoButtons));
+            const bool error = s.kind == TaskDialog::Error;
+            shown << (error ? "error: " : "") + s.main + '|' + s.detail;
+            QCOMPARE(s.buttons, int(error ? TaskDialog::OkButton : TaskDialog::YesNoButtons));
+            QVERIFY(error || s.kind == TaskDialog::Warning);
         }
         QCOMPARE(shown, asked);
         QCOMPARE(names(out.gcps), pasted);
         QCOMPARE(out.cancelled, pasted.isEmpty());
-    }
-
-    void errors_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("main");
-        QTest::addColumn<QString>("detail");
-        QTest::newRow("no data") << "\n \n" << "No GCP data have been found in the copied text. " << "";
-        QTest::newRow("cannot parse") << "A;1;2;3" << "The copied text cannot be parsed correctly."
-                                      << "Please make sure all row data are tab-separated or comma-separated.";
-        QTest::newRow("no coordinate columns")
-            << "a\tb\nc\td" << "No coordinate columns were found in the copied text."
-            << "The first line names the columns a, b, none of them X/Y/Z, Easting/Northing/Elevation or "
-               "Longitude/Latitude/Altitude, and no two neighbouring columns hold numbers to read as coordinates. "
-               "Please make sure all row data are tab-separated or comma-separated.";
-        QTest::newRow("not points") << "Name\tPixel X\tPixel Y\nA\t1\t2" << "The copied text holds no survey points."
-                                    << "This text looks like pixel positions in photos (Pixel X, Pixel Y), not survey "
-                                       "points: no X/Y/Z or Easting/Northing/Elevation columns were found.";
-    }
-
-    void errors()
-    {
-        QFETCH(QString, text);
-        QFETCH(QString, main);
-        QFETCH(QString, detail);
-        answerWith({});
-        const PasteOutcome out = GcpPasteFlow::paste(text, {}, {}, nullptr);
-        QVERIFY(out.cancelled);
-        QVERIFY(out.gcps.isEmpty());
-        QCOMPARE(m_shown.size(), 1);
-        QCOMPARE(m_shown[0].kind, int(TaskDialog::Error));
-        QCOMPARE(m_shown[0].main, main);
-        QCOMPARE(m_shown[0].detail, detail);
     }
 
     void existingNamesAreSkipped()
