@@ -96,7 +96,7 @@ bool tiffHeaderValid(const unsigned char* payload, std::size_t size)
 // One directory entry of the TIFF structure, its value located in the block.
 struct Entry
 {
-    ExifFormat format = ExifFormat(0);
+    int format = 0; // an ExifFormat value, or whatever a damaged entry holds
     std::size_t components = 0;
     const unsigned char* data = nullptr; // nullptr: absent, or its value lies outside the block
 };
@@ -124,9 +124,11 @@ public:
             const unsigned char* p = m_entries + 12 * i;
             if (exif_get_short(p, m_order) != tag)
                 continue;
-            e.format = ExifFormat(exif_get_short(p + 2, m_order));
+            e.format = exif_get_short(p + 2, m_order);
             e.components = exif_get_long(p + 4, m_order);
-            const std::size_t unit = exif_format_get_size(e.format);
+            const std::size_t unit = e.format >= EXIF_FORMAT_BYTE && e.format <= EXIF_FORMAT_DOUBLE
+                                         ? exif_format_get_size(ExifFormat(e.format))
+                                         : 0;
             if (unit == 0 || e.components == 0 || e.components > (1u << 16) / unit)
                 return Entry();
             const std::size_t bytes = unit * e.components;
