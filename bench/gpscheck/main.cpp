@@ -213,16 +213,18 @@ int main(int argc, char** argv)
         std::printf("\n");
     };
 
-    // Warm: every file read once, then the best of five rounds (interleaved,
-    // so drift hits all alike).
+    // Warm: every file read once, then the best of many interleaved rounds
+    // (a round of 64 KiB reads takes about a millisecond, so one scheduling
+    // hiccup would otherwise decide the ratio).
     for (int i = 0; i < n; ++i)
         whole(i);
     std::printf("\nwarm page cache (%.0f%% of the photos resident)\n", fractionResident(set) * 100);
     Figure wHead = timeEach(set, head), wCheck = timeEach(set, check), wWhole = timeEach(set, whole);
-    for (int round = 0; round < 4; ++round) {
+    for (int round = 0; round < 50; ++round) {
         wHead = best(wHead, timeEach(set, head));
         wCheck = best(wCheck, timeEach(set, check));
-        wWhole = best(wWhole, timeEach(set, whole));
+        if (round < 4)
+            wWhole = best(wWhole, timeEach(set, whole));
     }
     Figure wTool;
     if (!exiftool.isEmpty())

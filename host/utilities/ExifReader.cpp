@@ -282,19 +282,18 @@ ExifFileStatus readExifHead(const QString& path, QByteArray& head, std::size_t f
     if (path.isEmpty())
         return ExifFileStatus::Missing;
     const QByteArray name = QFile::encodeName(path);
+    // Opened first and examined after: a separate stat would walk the path
+    // twice, about a tenth of the cost of a photo in the page cache.
+    // O_NONBLOCK: a FIFO named like a photo must not wait for a writer.
     struct stat st;
-    if (::stat(name.constData(), &st) != 0)
-        return ExifFileStatus::Missing;
-    // A directory opens for reading on Linux; a FIFO would block the open
-    // until something writes to it. Neither is a photo.
-    if (!S_ISREG(st.st_mode))
-        return ExifFileStatus::NotOpened;
-    const int fd = ::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return ExifFileStatus::NotOpened;
+    const int fd = ::open(name.constData(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (fd < 0) // quiet when nothing is there, or the path cannot be examined
+        return ::stat(name.constData(), &st) != 0 ? ExifFileStatus::Missing : ExifFileStatus::NotOpened;
     const FdCloser closer{fd};
-    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size < 0)
-        return ExifFileStatus::ReadFailed;
+    // A directory opens for reading on Linux; neither it nor a FIFO or a
+    // device is a photo, and none is read.
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode))
+        return ExifFileStatus::NotOpened;
 
     // The EXIF segment sits before the image data, so most of a photo is
     // never read; the first read holds it in nearly every photo.

@@ -63,8 +63,8 @@ enum class ExifFileStatus
 
 // Reads the start of a photo up to the end of its EXIF segment: firstRead
 // bytes, then four times as much each step while the segment runs on, at
-// most to the end of the file. Only regular files are opened, so a FIFO
-// named like a photo never blocks.
+// most to the end of the file. Only regular files are read; nothing opened
+// blocks (a FIFO named like a photo).
 ExifFileStatus readExifHead(const QString& path, QByteArray& head, std::size_t firstRead = 64 * 1024);
 
 } // namespace Utilities
