@@ -46,6 +46,10 @@ endif()
 function(zyn_add_fuzzer)
   cmake_parse_arguments(F "" "NAME;CORPUS;SECONDS" "SOURCES;LIBS" ${ARGN})
   if(NOT ZYN_BUILD_FUZZ)
+    # Compiled (not linked) in every other build, so a change that breaks a
+    # fuzz target shows without the clang build.
+    add_library(${F_NAME}_compiles OBJECT ${F_SOURCES})
+    target_link_libraries(${F_NAME}_compiles PRIVATE ${F_LIBS})
     return()
   endif()
   if(NOT F_SECONDS)

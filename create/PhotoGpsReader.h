@@ -29,7 +29,8 @@ struct ExifGpsRecord
     ExifGpsComponents LonComponents;
 };
 
-// Result codes of parseExifGps; only ExifParseSuccess counts as success.
+// Result codes of parseExifGps (those of Utilities::ExifStatus); only
+// ExifParseSuccess counts as success.
 enum ExifParseCode
 {
     ExifParseSuccess = 0,
@@ -43,10 +44,10 @@ enum ExifParseCode
 // APP1 segment is handed to the EXIF library. Resets `out` first.
 int parseExifGps(const unsigned char* data, std::size_t size, ExifGpsRecord& out);
 
-// Reads the whole file into one buffer and parses it. Returns false silently
-// for an empty path or a file that does not exist; prints "Can't open file."
-// or "Can't read file." to standard output when the file exists but cannot
-// be read whole.
+// Reads the photo up to the end of its EXIF segment and parses it. Returns
+// false silently for an empty path or a file that does not exist; prints
+// "Can't open file." or "Can't read file." to standard output when the file
+// exists but cannot be opened (anything but a regular file) or read.
 bool readExifFromFile(const std::wstring& path, ExifGpsRecord& out);
 
 // Position of a photo: longitude and latitude in decimal degrees (west and

@@ -6,6 +6,7 @@
 #include <QDomDocument>
 #include <QDomElement>
 #include <QDomNodeList>
+#include <QRegularExpression>
 #include <QSet>
 
 #include <charconv>
@@ -64,6 +65,50 @@ bool readPlainNumber(const QStringRef& field, double* value)
     }
     const auto result = std::from_chars(buffer, buffer + n, *value);
     return result.ec == std::errc() && result.ptr == buffer + n;
+}
+
+
+// Header words of photo lists (file, attitude) and of pixel positions, in
+// the normalized header form.
+const char* const kPhotoWords[] = {"file", "filename", "image", "imagename", "photo", "photoname", "picture",
+                                   "yaw", "pitch", "roll", "gimbalyaw", "gimbalpitch", "gimbalroll",
+                                   "gimbalyawdegree", "gimbalpitchdegree", "gimbalrolldegree", "flightyaw",
+                                   "flightyawdegree", "heading", "omega", "phi", "kappa"};
+const char* const kPixelWords[] = {"pixelx", "pixely", "px", "py", "u", "v", "col", "column", "row", "imagex",
+                                   "imagey", "pixelcol", "pixelcolumn", "pixelrow", "xpixel", "ypixel"};
+
+bool isOneOf(const QString& normalized, const char* const* words, std::size_t count)
+{
+    for (std::size_t i = 0; i < count; ++i) {
+        if (normalized == QLatin1String(words[i]))
+            return true;
+    }
+    return false;
+}
+
+bool isPhotoFileName(const QStringRef& text)
+{
+    static const QRegularExpression pattern(QStringLiteral("\\.(jpe?g|tiff?|png|dng|raw|arw|cr2|cr3|nef|heic)$"),
+                                            QRegularExpression::CaseInsensitiveOption);
+    return pattern.match(text.trimmed()).hasMatch();
+}
+
+// Degrees written with a degree sign, minutes or seconds marks.
+bool looksLikeDms(const QStringRef& text)
+{
+    bool digit = false;
+    bool mark = false;
+    for (const QChar c : text) {
+        digit = digit || c.isDigit();
+        mark = mark || c == QChar(0x00B0) || c == QLatin1Char('\'') || c == QLatin1Char('"') || c == QChar(0x2032)
+               || c == QChar(0x2033);
+    }
+    return digit && mark;
+}
+
+QString quotedList(const QStringList& items)
+{
+    return items.join(QStringLiteral(", "));
 }
 
 } // namespace
@@ -516,6 +561,10 @@ bool GcpCopyFormatter::validateRows(ParseStatus& status)
 {
     const int nameColumn = m_columns.value(NameRole, -1);
 
+    int geographic[3] = {0, 0, 0};
+    for (int i = 0; i < 3; ++i)
+        geographic[i] = degreeLimit(m_columns.value(kCoordRoles[i], -1));
+
     // The values read here are kept for building the records.
     m_values.fill({0.0, 0.0, 0.0}, rowCount());
     QVector<bool> keep(rowCount(), true);
@@ -530,6 +579,9 @@ bool GcpCopyFormatter::validateRows(ParseStatus& status)
                 reason = tr("without valid coordinates");
             else if (!readNumber(field(r, c), &m_values[r][i]))
                 reason = tr("containing invalid data");
+            else if (geographic[i] > 0 && std::fabs(m_values[r][i]) > geographic[i])
+                reason = geographic[i] == 90 ? tr("with a latitude outside \u00b190\u00b0")
+                                             : tr("with a longitude outside \u00b1180\u00b0");
         }
         if (reason.isEmpty() && nameColumn >= 0 && (nameColumn >= rowSize(r) || isWhiteOnly(field(r, nameColumn))))
             reason = tr("without a valid GCP name");
@@ -558,6 +610,201 @@ bool GcpCopyFormatter::validateRows(ParseStatus& status)
     }
     m_validated = true;
     return true;
+}
+
+int GcpCopyFormatter::degreeLimit(int column) const
+{
+    // Columns the header names latitude or longitude hold degrees.
+    const int header = headerRow();
+    if (column < 0 || header < 0 || column >= rowSize(header))
+        return 0;
+    const QString name = normalizeHeader(field(header, column).toString());
+    if (name == QLatin1String("latitude") || name == QLatin1String("lat"))
+        return 90;
+    if (name == QLatin1String("longitude") || name == QLatin1String("long") || name == QLatin1String("lon")
+        || name == QLatin1String("lng"))
+        return 180;
+    return 0;
+}
+
+int GcpCopyFormatter::headerRow() const
+{
+    if (m_headerFound || m_firstDataRow > 0)
+        return m_firstDataRow - 1;
+    // Unresolved text: its first line when it holds no number.
+    if (rowCount() == 0)
+        return -1;
+    for (int c = 0; c < rowSize(0); ++c) {
+        if (isNumberField(field(0, c)))
+            return -1;
+    }
+    return 0;
+}
+
+QString GcpCopyFormatter::coordinateColumnsText() const
+{
+    const int header = headerRow();
+    QStringList names;
+    for (ColumnRole role : kCoordRoles) {
+        const int c = m_columns.value(role, -1);
+        if (c < 0)
+            continue;
+        names << (header >= 0 && c < rowSize(header) ? field(header, c).toString() : tr("column %1").arg(c + 1));
+    }
+    return quotedList(names);
+}
+
+QString GcpCopyFormatter::headerInvalidMessage() const
+{
+    const int header = headerRow();
+    QStringList cells;
+    for (int c = 0; header >= 0 && c < rowSize(header); ++c)
+        cells << field(header, c).toString();
+    const QString found = header >= 0 ? tr("The first line names the columns %1, none of them X/Y/Z, "
+                                           "Easting/Northing/Elevation or Longitude/Latitude/Altitude,")
+                                            .arg(quotedList(cells))
+                                      : tr("No line names the columns,");
+    return found + tr(" and no two neighbouring columns hold numbers to read as coordinates. %1")
+                       .arg(separatorAdvice());
+}
+
+bool GcpCopyFormatter::refuseNonPoints(ParseStatus& status) const
+{
+    const int header = headerRow();
+    const QString noCoordinates = tr("no X/Y/Z or Easting/Northing/Elevation columns were found.");
+    const auto refuse = [&status](const QString& message) {
+        status.code = StatusNotPoints;
+        status.message = message;
+        return true;
+    };
+
+    // What the header says the columns are.
+    QStringList photoCells;
+    QStringList pixelCells;
+    QSet<int> pixelColumns;
+    for (int c = 0; header >= 0 && c < rowSize(header); ++c) {
+        const QString raw = field(header, c).toString();
+        const QString name = normalizeHeader(raw);
+        const QString lower = raw.toLower();
+        if (isOneOf(name, kPhotoWords, sizeof kPhotoWords / sizeof *kPhotoWords)) {
+            photoCells << raw;
+        } else if (isOneOf(name, kPixelWords, sizeof kPixelWords / sizeof *kPixelWords)
+                   || lower.contains(QLatin1String("pixel")) || lower.contains(QLatin1String("(px)"))
+                   || lower.contains(QLatin1String("[px]"))) {
+            pixelCells << raw;
+            pixelColumns.insert(c);
+        }
+    }
+    const bool resolved = m_headerFound || m_headerInferred;
+    QVector<int> coordColumns;
+    int headerCoordinates = 0;
+    for (ColumnRole role : kCoordRoles) {
+        if (!resolved || !m_columns.contains(role))
+            continue;
+        coordColumns << m_columns.value(role);
+        headerCoordinates += m_headerFound && !pixelColumns.contains(m_columns.value(role)) ? 1 : 0;
+    }
+    const int nameColumn = resolved ? m_columns.value(NameRole, -1) : -1;
+
+    // The rows judged are those that would become points, so that what is
+    // accepted once is accepted again when copied and pasted back.
+    const int firstData = resolved ? m_firstDataRow : header + 1;
+    int rows = 0;
+    int usableRows = 0;
+    int textRows = 0;
+    int outOfRangeRows = 0;
+    int indexRows = 0;
+    int nonZeroIndex = 0;
+    QString textExample;
+    QString rangeExample;
+    QMap<int, int> filesInColumn;
+    QString fileExample;
+    for (int r = firstData; r < rowCount(); ++r) {
+        ++rows;
+        int read = 0;
+        bool anyText = false;
+        bool outOfRange = false;
+        double values[3] = {0, 0, 0};
+        for (int c : qAsConst(coordColumns)) {
+            if (c >= rowSize(r) || isWhiteOnly(field(r, c)))
+                continue;
+            if (!readNumber(field(r, c), &values[read])) {
+                anyText = true;
+                if (textExample.isEmpty())
+                    textExample = field(r, c).toString();
+                continue;
+            }
+            const int limit = degreeLimit(c);
+            if (limit > 0 && std::fabs(values[read]) > limit) {
+                outOfRange = true;
+                if (rangeExample.isEmpty())
+                    rangeExample = field(r, c).toString();
+            }
+            ++read;
+        }
+        textRows += anyText && read == 0 ? 1 : 0;
+        outOfRangeRows += outOfRange ? 1 : 0;
+        const bool usable = read == coordColumns.size() && !outOfRange
+                            && (nameColumn < 0 || (nameColumn < rowSize(r) && !isWhiteOnly(field(r, nameColumn))));
+        if (!usable)
+            continue;
+        ++usableRows;
+        // Three equal small whole numbers: a row count, not a place.
+        const bool index = read == 3 && values[0] == values[1] && values[1] == values[2]
+                           && values[0] == std::floor(values[0]) && std::fabs(values[0]) < 1000;
+        indexRows += index ? 1 : 0;
+        nonZeroIndex += index && values[0] != 0 ? 1 : 0;
+        for (int c = 0; c < rowSize(r); ++c) {
+            if (isPhotoFileName(field(r, c))) {
+                ++filesInColumn[c];
+                if (fileExample.isEmpty())
+                    fileExample = field(r, c).trimmed().toString();
+            }
+        }
+    }
+    bool fileColumn = false;
+    for (auto it = filesInColumn.cbegin(); it != filesInColumn.cend(); ++it)
+        fileColumn = fileColumn || 2 * it.value() >= usableRows;
+
+    if (!photoCells.isEmpty() || fileColumn) {
+        QStringList understood = photoCells + pixelCells;
+        if (fileColumn)
+            understood << tr("file names such as %1").arg(fileExample);
+        const QString what = !pixelCells.isEmpty() ? tr("pixel positions in photos") : tr("a list of photos");
+        return refuse(tr("This text looks like %1 (%2), not survey points: %3")
+                          .arg(what, quotedList(understood),
+                               headerCoordinates >= 2
+                                   ? tr("its rows are photos, so its numbers are positions of or in photos, not "
+                                        "surveyed coordinates.")
+                                   : noCoordinates));
+    }
+    if (!pixelCells.isEmpty() && headerCoordinates < 2)
+        return refuse(tr("This text looks like pixel positions in photos (%1), not survey points: %2")
+                          .arg(quotedList(pixelCells), noCoordinates));
+    if (rows == 0 || coordColumns.isEmpty())
+        return false;
+    if (textRows == rows) {
+        const QString kind = looksLikeDms(QStringRef(&textExample)) ? tr("degree-minute-second text")
+                                                                     : tr("text");
+        return refuse(tr("The coordinate columns (%1) hold %2, not numbers (%3): no row can become a survey point.")
+                          .arg(coordinateColumnsText(), kind, textExample));
+    }
+    if (outOfRangeRows == rows) {
+        QStringList named;
+        for (int c : qAsConst(coordColumns)) {
+            if (degreeLimit(c) > 0)
+                named << field(header, c).toString();
+        }
+        return refuse(tr("The columns %1 are named as degrees, but no row holds degrees there (%2 is beyond "
+                         "\u00b190\u00b0 latitude or \u00b1180\u00b0 longitude): name the columns Easting and "
+                         "Northing (or X and Y) if they are projected coordinates.")
+                          .arg(quotedList(named), rangeExample));
+    }
+    if (usableRows > 0 && indexRows == usableRows && nonZeroIndex > 0)
+        return refuse(tr("The coordinate columns (%1) hold the same small whole number three times in every row: "
+                         "these look like row numbers or indices, not survey coordinates.")
+                          .arg(coordinateColumnsText()));
+    return false;
 }
 
 void GcpCopyFormatter::buildRecords(GcpList& gcps) const
@@ -605,9 +852,17 @@ bool GcpCopyFormatter::parse(GcpList& gcps, ParseStatus& status)
         }
         resolveHeader();
     }
+    if (!m_kindChecked) {
+        m_kindChecked = true;
+        refuseNonPoints(m_refusal);
+    }
+    if (m_refusal.code != StatusNone) {
+        status = m_refusal;
+        return false;
+    }
     if (!m_headerFound && !m_headerInferred) {
         status.code = StatusHeaderInvalid;
-        status.message = separatorAdvice();
+        status.message = headerInvalidMessage();
         return false;
     }
     if (!m_headerFound && !m_acceptWithoutHeader) {

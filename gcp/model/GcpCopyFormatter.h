@@ -40,6 +40,7 @@ public:
         StatusInvalidRows = 3,
         StatusNoHeader = 4,
         StatusHeaderInvalid = 6,
+        StatusNotPoints = 7, // a list of something else (photos, pixels, indices)
     };
 
     // Name of the header-synonym file in the host's data folder.
@@ -126,6 +127,11 @@ private:
     bool matchHeaderRow(int row, QMap<ColumnRole, int>* columns) const;
     bool inferColumns();
     bool validateRows(ParseStatus& status);
+    bool refuseNonPoints(ParseStatus& status) const;
+    QString headerInvalidMessage() const;
+    int headerRow() const;
+    int degreeLimit(int column) const;
+    QString coordinateColumnsText() const;
     void buildRecords(GcpList& gcps) const;
     bool isNumberField(const QStringRef& field) const;
     int rowSize(int row) const { return m_rowSpans.at(row).count; }
@@ -139,6 +145,8 @@ private:
     QString m_fieldPattern;
     QChar m_separator = QLatin1Char(',');
     bool m_validated = false;
+    bool m_kindChecked = false;
+    ParseStatus m_refusal; // why the text is no point list, once checked
     bool m_headerResolved = false;
     bool m_headerInferred = false; // columns found from the data
     QList<ColumnRole> m_order;

@@ -67,7 +67,12 @@ PasteOutcome GcpPasteFlow::paste(const QString& text, const QList<ColumnRole>& c
             formatter.setAcceptWithoutHeader(true);
             break;
         case GcpCopyFormatter::StatusHeaderInvalid:
-            TaskDialog::showErrorMessage(parent, tr("Header is invalid"), status.message);
+            TaskDialog::showErrorMessage(parent, tr("No coordinate columns were found in the copied text."),
+                                         status.message);
+            outcome.cancelled = true;
+            return outcome;
+        case GcpCopyFormatter::StatusNotPoints:
+            TaskDialog::showErrorMessage(parent, tr("The copied text holds no survey points."), status.message);
             outcome.cancelled = true;
             return outcome;
         default:

@@ -32,7 +32,7 @@ struct PhotoCameraInfo {
 // only the metadata at the start of the file.
 bool readPhotoCameraInfo(const QString& path, PhotoCameraInfo* info, QString* error = nullptr);
 
-// Reads the GPS position of a photo with libexif. Answers false (and,
+// Reads the GPS position from the EXIF segment of a photo. Answers false (and,
 // when error is given, why) for a missing or unreadable file, a file
 // without EXIF, or EXIF without latitude and longitude.
 bool readPhotoGpsPosition(const QString& path, PhotoGpsPosition* position, QString* error = nullptr);

@@ -4,12 +4,25 @@
 #include <QDebug>
 #include <QDialog>
 #include <QDir>
+#include <QFile>
 #include <QPointer>
 #include <QProcess>
 #include <QTimer>
 
 namespace Zyn {
 namespace TestSupport {
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool writeFile(const QString& path, const QByteArray& bytes)
+{
+    QFile file(path);
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush();
+}
 
 QStringList makeDronePhotos(const QString& outDir, const QStringList& extraArgs)
 {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
@@ -8,6 +9,10 @@
 
 namespace Zyn {
 namespace TestSupport {
+
+// A file's bytes (empty when it cannot be read), and a whole write.
+QByteArray readFile(const QString& path);
+bool writeFile(const QString& path, const QByteArray& bytes);
 
 // Runs tools/make_drone_photos (found through ZYN_TOOLS_DIR) into outDir
 // with small photos, then answers the generated JPEG paths in name order.

@@ -102,7 +102,7 @@ QByteArray buildExifSegment(const PhotoExif& exif)
     const QByteArray stamp = exif.taken.toString(QStringLiteral("yyyy:MM:dd HH:mm:ss")).toLatin1();
     w.ascii(EXIF_IFD_0, EXIF_TAG_MAKE, exif.make.toLatin1());
     w.ascii(EXIF_IFD_0, EXIF_TAG_MODEL, exif.model.toLatin1());
-    w.shortValue(EXIF_IFD_0, EXIF_TAG_ORIENTATION, 1);
+    w.shortValue(EXIF_IFD_0, EXIF_TAG_ORIENTATION, ExifShort(exif.orientation));
     w.rationals(EXIF_IFD_0, EXIF_TAG_X_RESOLUTION, {whole(72)});
     w.rationals(EXIF_IFD_0, EXIF_TAG_Y_RESOLUTION, {whole(72)});
     w.shortValue(EXIF_IFD_0, EXIF_TAG_RESOLUTION_UNIT, 2);

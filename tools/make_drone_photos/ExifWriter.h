@@ -28,6 +28,7 @@ struct PhotoExif
     DmsAngle lon;
     double altitude = 0.0; // metres; negative below sea level
     double dop = 0.0;      // 0 leaves the tag out
+    int orientation = 1;   // 1..8 as EXIF numbers them
     QByteArray thumbnailJpeg;
     bool bigEndian = false; // most cameras write Intel order; some write Motorola
 };

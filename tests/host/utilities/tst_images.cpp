@@ -6,11 +6,10 @@
 #include <QTemporaryDir>
 #include <QtTest>
 
-#include <libexif/exif-data.h>
+#include <make_drone_photos/ExifWriter.h>
+#include <support/TestSupport.h>
 
 #include <atomic>
-#include <cstdlib>
-#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -35,45 +34,14 @@ QImage solid(int width, int height, Qt::GlobalColor color)
     return image;
 }
 
-// An EXIF block (with its "Exif" header) holding an orientation and,
-// when given, an embedded thumbnail, made with libexif.
-QByteArray exifBlock(const QByteArray& thumbnail, int orientation)
-{
-    ExifData* data = exif_data_new();
-    exif_data_set_byte_order(data, EXIF_BYTE_ORDER_INTEL);
-    exif_data_fix(data);
-    if (orientation > 0) {
-        ExifEntry* entry = exif_entry_new();
-        exif_content_add_entry(data->ifd[EXIF_IFD_0], entry);
-        exif_entry_initialize(entry, EXIF_TAG_ORIENTATION);
-        exif_set_short(entry->data, EXIF_BYTE_ORDER_INTEL, ExifShort(orientation));
-        exif_entry_unref(entry);
-    }
-    if (!thumbnail.isEmpty()) {
-        data->data = static_cast<unsigned char*>(malloc(size_t(thumbnail.size())));
-        memcpy(data->data, thumbnail.constData(), size_t(thumbnail.size()));
-        data->size = unsigned(thumbnail.size());
-    }
-    unsigned char* out = nullptr;
-    unsigned int size = 0;
-    exif_data_save_data(data, &out, &size);
-    QByteArray block(reinterpret_cast<const char*>(out), int(size));
-    free(out);
-    exif_data_unref(data);
-    return block;
-}
-
-// A JPEG of the main image with an APP1 EXIF segment right after SOI.
+// A JPEG of the main image with an EXIF segment holding the orientation
+// and, when given, an embedded thumbnail.
 QByteArray jpegWithExif(const QImage& main, const QByteArray& thumbnail, int orientation)
 {
-    const QByteArray jpeg = encodeJpeg(main);
-    const QByteArray exif = exifBlock(thumbnail, orientation);
-    QByteArray segment("\xFF\xE1", 2);
-    const int length = exif.size() + 2;
-    segment.append(char((length >> 8) & 0xFF));
-    segment.append(char(length & 0xFF));
-    segment.append(exif);
-    return jpeg.left(2) + segment + jpeg.mid(2);
+    Zyn::Tools::PhotoExif exif;
+    exif.orientation = orientation;
+    exif.thumbnailJpeg = thumbnail;
+    return Zyn::Tools::spliceSegment(encodeJpeg(main), Zyn::Tools::buildExifSegment(exif));
 }
 
 bool isMostly(const QImage& image, Qt::GlobalColor color)
@@ -94,100 +62,75 @@ class TestImages : public QObject {
     QString write(const QString& name, const QByteArray& bytes)
     {
         const QString path = m_dir.filePath(name);
-        QFile file(path);
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-            return {};
-        return path;
+        return Zyn::TestSupport::writeFile(path, bytes) ? path : QString();
     }
 
 private slots:
     void initTestCase() { QVERIFY(m_dir.isValid()); }
 
-    void embeddedThumbnailIsUsed()
+    void thumbnails_data()
     {
-        const QString path = write("thumb.jpg", jpegWithExif(solid(800, 600, Qt::red),
-                                                             encodeJpeg(solid(200, 150, Qt::blue)), 1));
-        const QImage thumb = loadThumbnail(path, QSize(256, 256));
-        QVERIFY(!thumb.isNull());
-        // A decode of the photo would be red and 256 x 192.
-        QCOMPARE(thumb.size(), QSize(200, 150));
-        QVERIFY(isMostly(thumb, Qt::blue));
-        // The full image is still the photo.
-        const QImage full = loadImage(path);
-        QCOMPARE(full.size(), QSize(800, 600));
-        QVERIFY(isMostly(full, Qt::red));
-    }
-
-    void largeEmbeddedThumbnailIsFitted()
-    {
-        const QString path = write("bigthumb.jpg", jpegWithExif(solid(1600, 1200, Qt::red),
-                                                                encodeJpeg(solid(320, 240, Qt::blue)), 0));
-        const QImage thumb = loadThumbnail(path, QSize(160, 160));
-        QCOMPARE(thumb.size(), QSize(160, 120));
-        QVERIFY(isMostly(thumb, Qt::blue));
-    }
-
-    void tooSmallEmbeddedThumbnailFallsBackToTheImage()
-    {
-        const QString path = write("tiny.jpg", jpegWithExif(solid(800, 600, Qt::red),
-                                                            encodeJpeg(solid(40, 30, Qt::blue)), 0));
-        const QImage thumb = loadThumbnail(path, QSize(256, 256));
-        QCOMPARE(thumb.size(), QSize(256, 192));
-        QVERIFY(isMostly(thumb, Qt::red));
-    }
-
-    void photoWithoutThumbnailIsDecodedScaled()
-    {
-        const QString path = write("plain.jpg", encodeJpeg(solid(800, 600, Qt::green)));
-        const QImage thumb = loadThumbnail(path, QSize(256, 256));
-        QCOMPARE(thumb.size(), QSize(256, 192));
-        QVERIFY(isMostly(thumb, Qt::green));
-
-        // Never enlarged.
-        const QString small = write("small.png", QByteArray());
-        QVERIFY(solid(100, 50, Qt::green).save(small, "PNG"));
-        QCOMPARE(loadThumbnail(small, QSize(256, 256)).size(), QSize(100, 50));
-    }
-
-    void orientationIsApplied()
-    {
+        QTest::addColumn<QSize>("photo"); // red, green without EXIF
+        QTest::addColumn<QSize>("embedded"); // blue; (1, 1): damaged bytes
+        QTest::addColumn<int>("orientation"); // -1: no EXIF at all
+        QTest::addColumn<QSize>("box");
+        QTest::addColumn<QSize>("expected");
+        QTest::addColumn<bool>("fromEmbedded");
+        QTest::addColumn<QSize>("fullSize"); // loadImage
+        const QSize none;
+        QTest::newRow("embedded used") << QSize(800, 600) << QSize(200, 150) << 1 << QSize(256, 256) << QSize(200, 150)
+                                       << true << QSize(800, 600);
+        QTest::newRow("large embedded fitted") << QSize(1600, 1200) << QSize(320, 240) << 0 << QSize(160, 160)
+                                               << QSize(160, 120) << true << QSize(1600, 1200);
+        QTest::newRow("too small embedded: decode") << QSize(800, 600) << QSize(40, 30) << 0 << QSize(256, 256)
+                                                    << QSize(256, 192) << false << QSize(800, 600);
+        QTest::newRow("damaged embedded: decode") << QSize(800, 600) << QSize(1, 1) << 0 << QSize(256, 256)
+                                                  << QSize(256, 192) << false << QSize(800, 600);
+        QTest::newRow("no EXIF: scaled decode") << QSize(800, 600) << none << -1 << QSize(256, 256) << QSize(256, 192)
+                                                << false << QSize(800, 600);
+        QTest::newRow("never enlarged") << QSize(100, 50) << none << -1 << QSize(256, 256) << QSize(100, 50) << false
+                                        << QSize(100, 50);
         // Orientation 6: the camera was turned; the picture shows rotated.
-        const QString withThumb = write("rotthumb.jpg", jpegWithExif(solid(800, 600, Qt::red),
-                                                                     encodeJpeg(solid(200, 150, Qt::blue)), 6));
-        QImage thumb = loadThumbnail(withThumb, QSize(256, 256));
-        QCOMPARE(thumb.size(), QSize(150, 200));
-        QVERIFY(isMostly(thumb, Qt::blue));
-        QCOMPARE(loadImage(withThumb).size(), QSize(600, 800));
+        QTest::newRow("rotated embedded") << QSize(800, 600) << QSize(200, 150) << 6 << QSize(256, 256)
+                                          << QSize(150, 200) << true << QSize(600, 800);
+        QTest::newRow("rotated decode") << QSize(800, 600) << none << 6 << QSize(300, 200) << QSize(150, 200) << false
+                                        << QSize(600, 800);
+    }
 
-        const QString noThumb = write("rot.jpg", jpegWithExif(solid(800, 600, Qt::red), QByteArray(), 6));
-        thumb = loadThumbnail(noThumb, QSize(300, 200));
-        QCOMPARE(thumb.size(), QSize(150, 200));
-        QVERIFY(isMostly(thumb, Qt::red));
+    void thumbnails()
+    {
+        QFETCH(QSize, photo);
+        QFETCH(QSize, embedded);
+        QFETCH(int, orientation);
+        QFETCH(QSize, box);
+        QFETCH(QSize, expected);
+        QFETCH(bool, fromEmbedded);
+        QFETCH(QSize, fullSize);
+        const Qt::GlobalColor colour = orientation < 0 ? Qt::green : Qt::red;
+        const QImage main = solid(photo.width(), photo.height(), colour);
+        const QByteArray thumb = embedded == QSize(1, 1) ? QByteArray(5000, '\x5A')
+                                 : embedded.isValid()    ? encodeJpeg(solid(embedded.width(), embedded.height(), Qt::blue))
+                                                         : QByteArray();
+        const QString path = write(QStringLiteral("%1.jpg").arg(QTest::currentDataTag()),
+                                   orientation < 0 ? encodeJpeg(main) : jpegWithExif(main, thumb, orientation));
+        const QImage got = loadThumbnail(path, box);
+        QCOMPARE(got.size(), expected);
+        QVERIFY(isMostly(got, fromEmbedded ? Qt::blue : colour));
+        const QImage full = loadImage(path);
+        QCOMPARE(full.size(), fullSize);
+        QVERIFY(isMostly(full, colour));
     }
 
     void damagedFilesGiveNullImages()
     {
-        QCOMPARE(loadThumbnail(m_dir.filePath("missing.jpg"), QSize(256, 256)).isNull(), true);
-        QCOMPARE(loadImage(m_dir.filePath("missing.jpg")).isNull(), true);
-        QCOMPARE(loadThumbnail(QString(), QSize(256, 256)).isNull(), true);
-
         QByteArray garbage(4096, '\0');
         for (int i = 0; i < garbage.size(); ++i)
             garbage[i] = char((i * 131 + 7) & 0xFF);
-        const QString junk = write("junk.jpg", garbage);
-        QVERIFY(loadThumbnail(junk, QSize(256, 256)).isNull());
-        QVERIFY(loadImage(junk).isNull());
-
-        QVERIFY(loadThumbnail(write("empty.jpg", QByteArray()), QSize(256, 256)).isNull());
-    }
-
-    void damagedEmbeddedThumbnailFallsBackToTheImage()
-    {
-        const QString path = write("badthumb.jpg",
-                                   jpegWithExif(solid(800, 600, Qt::red), QByteArray(5000, '\x5A'), 0));
-        const QImage thumb = loadThumbnail(path, QSize(256, 256));
-        QCOMPARE(thumb.size(), QSize(256, 192));
-        QVERIFY(isMostly(thumb, Qt::red));
+        for (const QString& path : {m_dir.filePath("missing.jpg"), QString(), write("junk.jpg", garbage),
+                                    write("empty.jpg", QByteArray())}) {
+            QVERIFY2(loadThumbnail(path, QSize(256, 256)).isNull(), qPrintable(path));
+            QVERIFY2(loadImage(path).isNull(), qPrintable(path));
+        }
     }
 
     void thumbnailsLoadOnSeveralThreadsAtOnce()

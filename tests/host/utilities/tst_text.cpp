@@ -25,30 +25,28 @@ private slots:
     void listSeparatorFollowsTheDecimalPoint_data()
     {
         QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<QByteArray>("override"); // ZYN_LIST_SEPARATOR
         QTest::addColumn<QString>("separator");
-        QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedStates) << ",";
-        QTest::newRow("German") << QLocale(QLocale::German, QLocale::Germany) << ";";
-        QTest::newRow("French") << QLocale(QLocale::French, QLocale::France) << ";";
-        QTest::newRow("Japanese") << QLocale(QLocale::Japanese, QLocale::Japan) << ",";
-        QTest::newRow("C") << QLocale::c() << ",";
+        const QLocale german(QLocale::German, QLocale::Germany);
+        QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedStates) << QByteArray() << ",";
+        QTest::newRow("German") << german << QByteArray() << ";";
+        QTest::newRow("French") << QLocale(QLocale::French, QLocale::France) << QByteArray() << ";";
+        QTest::newRow("Japanese") << QLocale(QLocale::Japanese, QLocale::Japan) << QByteArray() << ",";
+        QTest::newRow("C") << QLocale::c() << QByteArray() << ",";
+        QTest::newRow("tab set") << german << QByteArray("\t") << "\t";
+        QTest::newRow("comma set") << QLocale(QLocale::French, QLocale::France) << QByteArray(",") << ",";
+        QTest::newRow("not one character: ignored") << german << QByteArray("ab") << ";";
     }
     void listSeparatorFollowsTheDecimalPoint()
     {
         QFETCH(QLocale, locale);
+        QFETCH(QByteArray, override);
         QFETCH(QString, separator);
+        if (!override.isNull())
+            qputenv("ZYN_LIST_SEPARATOR", override);
         QCOMPARE(getListSeparatorForLocale(locale), separator);
-    }
-
-    void listSeparatorEnvironmentOverride()
-    {
-        qputenv("ZYN_LIST_SEPARATOR", "\t");
-        QCOMPARE(getListSeparatorForLocale(QLocale(QLocale::German, QLocale::Germany)), QStringLiteral("\t"));
-        QCOMPARE(getListSeparatorInCurrentLocale(), QStringLiteral("\t"));
-        qputenv("ZYN_LIST_SEPARATOR", ",");
-        QCOMPARE(getListSeparatorForLocale(QLocale(QLocale::French, QLocale::France)), QStringLiteral(","));
-        // Not one character: ignored, the locale decides.
-        qputenv("ZYN_LIST_SEPARATOR", "ab");
-        QCOMPARE(getListSeparatorForLocale(QLocale(QLocale::German, QLocale::Germany)), QStringLiteral(";"));
+        if (override.size() == 1)
+            QCOMPARE(getListSeparatorInCurrentLocale(), separator);
     }
 
     void elidedText_data()
