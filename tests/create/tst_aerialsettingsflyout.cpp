@@ -60,8 +60,10 @@ private slots:
     void keyFilterPolicesTyping();
     void meshCannotBeSwitchedOff();
     void pixelSizeFollowsOrthoMap();
-    void settingsReportChoices_data();
-    void settingsReportChoices();
+    void pixelSizeSavedIsShown_data();
+    void pixelSizeSavedIsShown();
+    void startSaysWhichPhotosAreLeftOut_data();
+    void startSaysWhichPhotosAreLeftOut();
     void closeButtonHasFocusAndRejects();
     void startRefusesWithoutTermsNameOrSystem();
     void startsOnce_data();
@@ -74,6 +76,7 @@ private slots:
 private:
     void makeFlyout();
     void addPhoto();
+    void readyToStart();
     template <class T>
     T* child(const char* name) const
     {
@@ -89,6 +92,7 @@ private:
     std::unique_ptr<PhotoPreview> m_canvas;
     QPointer<AerialSettingsFlyout> m_flyout;
     QList<TaskDialog::Request> m_dialogs;
+    int m_answer = TaskDialog::Ok;
     int m_termsAsked = 0;
     bool m_termsAnswer = true;
 };
@@ -110,11 +114,12 @@ void TstAerialSettingsFlyout::init()
                             Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS})
         config()->remove(QLatin1String(key));
     m_dialogs.clear();
+    m_answer = TaskDialog::Ok;
     m_termsAsked = 0;
     m_termsAnswer = true;
     TaskDialog::setHandler([this](const TaskDialog::Request& r) {
         m_dialogs << r;
-        return int(TaskDialog::Ok);
+        return m_answer;
     });
     CreateModelFlyout::setTermsHandler([this](const QString&) {
         ++m_termsAsked;
@@ -151,6 +156,15 @@ void TstAerialSettingsFlyout::addPhoto()
     }
     QCOMPARE(m_canvas->addFiles({path}).size(), 1);
     QCOMPARE(m_state->selectedFileCount(), 1);
+}
+
+void TstAerialSettingsFlyout::readyToStart()
+{
+    addPhoto();
+    m_flyout->setDefaultGpsCoordSys(QStringLiteral("EPSG:32633"));
+    m_flyout->show();
+    QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
+    QTest::keyClicks(child<QLineEdit>("modelname_lineedit"), QStringLiteral("site"));
 }
 
 bool TstAerialSettingsFlyout::catalogueLoaded() const
@@ -297,33 +311,77 @@ void TstAerialSettingsFlyout::pixelSizeFollowsOrthoMap()
     QVERIFY(spin->isEnabled());
 }
 
-void TstAerialSettingsFlyout::settingsReportChoices_data()
+void TstAerialSettingsFlyout::pixelSizeSavedIsShown_data()
 {
-    QTest::addColumn<int>("typed");
-    QTest::addColumn<float>("metres");
-    QTest::newRow("1 cm") << 1 << 0.01f;
-    QTest::newRow("25 cm") << 25 << 0.25f;
-    QTest::newRow("100 cm") << 100 << 1.0f;
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<bool>("byReturn");
+    QTest::addColumn<int>("shown");
+    QTest::newRow("25") << "25" << false << 25;
+    QTest::newRow("100, Return") << "100" << true << 100;
+    QTest::newRow("cleared") << "" << false << 1;
+    QTest::newRow("cleared, Return") << "" << true << 1;
+    QTest::newRow("0") << "0" << false << 1;
+    QTest::newRow("0, Return") << "0" << true << 1;
+    QTest::newRow("0.") << "0." << false << 1;
+    QTest::newRow("-, Return") << "-" << true << 1;
+    QTest::newRow("250") << "250" << false << 25;
 }
 
-void TstAerialSettingsFlyout::settingsReportChoices()
+void TstAerialSettingsFlyout::pixelSizeSavedIsShown()
 {
-    QFETCH(int, typed);
-    QFETCH(float, metres);
-    m_flyout->show();
+    QFETCH(QString, typed);
+    QFETCH(bool, byReturn);
+    QFETCH(int, shown);
+    readyToStart();
     auto* spin = child<QSpinBox>("upp_spinBox");
     QTest::mouseClick(child<QCheckBox>("orthomap_checkBox"), Qt::LeftButton, {}, QPoint(6, 8));
     QTest::mouseClick(child<QCheckBox>("qxs_checkBox"), Qt::LeftButton, {}, QPoint(6, 8));
+    spin->setValue(30);
     spin->setFocus();
     spin->selectAll();
-    QTest::keyClicks(spin, QString::number(typed));
-    QTest::keyClick(spin, Qt::Key_Tab);
+    QTest::keyClick(spin, Qt::Key_Backspace);
+    QTest::keyClicks(spin, typed);
     bool m = false, pc = false, om = false;
     float px = 0;
     QString cs;
-    m_flyout->GetSettings(m, pc, om, px, cs);
-    QVERIFY(m && pc && om);
-    QCOMPARE(px, metres);
+    connect(m_flyout.data(), &QDialog::accepted, this, [&] { m_flyout->GetSettings(m, pc, om, px, cs); });
+    if (byReturn)
+        QTest::keyClick(spin, Qt::Key_Return);
+    else
+        QTest::mouseClick(child<QPushButton>("start_button"), Qt::LeftButton);
+    QTRY_VERIFY(m && pc && om);
+    QCOMPARE(spin->text(), QString::number(shown));
+    QCOMPARE(qRound(px * 100), shown);
+}
+
+void TstAerialSettingsFlyout::startSaysWhichPhotosAreLeftOut_data()
+{
+    QTest::addColumn<int>("answer");
+    QTest::addColumn<int>("accepts");
+    QTest::newRow("start without them") << int(TaskDialog::Ok) << 1;
+    QTest::newRow("cancel") << int(TaskDialog::Cancel) << 0;
+}
+
+void TstAerialSettingsFlyout::startSaysWhichPhotosAreLeftOut()
+{
+    QFETCH(int, answer);
+    QFETCH(int, accepts);
+    const QString empty = QDir::cleanPath(m_dir.filePath(QStringLiteral("empty.jpg")));
+    QFile file(empty);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.close();
+    QCOMPARE(m_canvas->addFiles({empty}).size(), 1);
+    QTRY_COMPARE(m_canvas->unreadableFiles().size(), 1);
+    readyToStart();
+    m_answer = answer;
+    QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
+    QTest::mouseClick(child<QPushButton>("start_button"), Qt::LeftButton);
+    QCOMPARE(m_dialogs.size(), 1);
+    QCOMPARE(m_dialogs.first().mainText, QString("1 photo cannot be read and is left out of the project."));
+    QCOMPARE(m_dialogs.first().secondaryText, "empty.jpg: " + m_canvas->unreadableFiles().first().reason);
+    QVERIFY(KeelCore::waitForIdle());
+    QTRY_COMPARE(accepted.count(), accepts);
+    QCOMPARE(m_state->selectedFiles(), QStringList{m_dir.filePath(QStringLiteral("photo.jpg"))});
 }
 
 void TstAerialSettingsFlyout::closeButtonHasFocusAndRejects()
@@ -396,12 +454,8 @@ void TstAerialSettingsFlyout::startsOnce()
 {
     QFETCH(QString, gesture);
     QFETCH(int, accepts);
-    addPhoto();
-    m_flyout->setDefaultGpsCoordSys(QStringLiteral("EPSG:32633"));
-    m_flyout->show();
-    QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
+    readyToStart();
     QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
-    QTest::keyClicks(child<QLineEdit>("modelname_lineedit"), QStringLiteral("once_") + gesture);
     // Modified Return does nothing.
     QTest::keyClick(m_flyout.data(), Qt::Key_Return, Qt::ControlModifier);
     QVERIFY(KeelCore::waitForIdle());
@@ -425,7 +479,7 @@ void TstAerialSettingsFlyout::startsOnce()
     QVERIFY(KeelCore::waitForIdle());
     QCOMPARE(accepted.count(), accepts);
     if (accepts)
-        QCOMPARE(m_flyout->getModelName(), QStringLiteral("once_") + gesture);
+        QCOMPARE(m_flyout->getModelName(), QStringLiteral("site"));
 }
 
 void TstAerialSettingsFlyout::creditLineFromAccount_data()

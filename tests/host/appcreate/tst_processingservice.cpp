@@ -124,7 +124,8 @@ void TestProcessingService::projectNamesThatCannotBeFolders_data()
     QTest::newRow("backslash") << "a\\b" << false;
     QTest::newRow("control") << QStringLiteral("a\nb") << false;
     QTest::newRow("trailing space") << "name " << false;
-    QTest::newRow("too long") << QString(256, QLatin1Char('x')) << false;
+    QTest::newRow("64 characters") << QString(64, QLatin1Char('x')) << true;
+    QTest::newRow("65 characters") << QString(65, QLatin1Char('x')) << false;
 }
 
 void TestProcessingService::projectNamesThatCannotBeFolders()
@@ -134,6 +135,8 @@ void TestProcessingService::projectNamesThatCannotBeFolders()
     QString error;
     QCOMPARE(ProcessingService::isValidProjectName(name, &error), valid);
     QCOMPARE(error.isEmpty(), valid);
+    if (name.size() > 64)
+        QCOMPARE(error, QStringLiteral("The project name is too long: at most 64 characters."));
     if (!valid) {
         ProjectRequest request;
         request.name = name;
