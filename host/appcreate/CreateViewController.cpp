@@ -235,6 +235,8 @@ void CreateViewController::showFlyout()
     // A frameless panel beside the canvas, inside the view: it moves and
     // resizes with the window and leaves the canvas's tool bar uncovered.
     setCentralWidget(CentralSidePanel, flyout);
+    // As tall as its contents, at the top: not stretched down the window.
+    m_centralArea->layout()->setAlignment(flyout, Qt::AlignTop);
     flyout->show();
     flyout->raise();
 }

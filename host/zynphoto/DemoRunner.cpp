@@ -117,13 +117,21 @@ QPixmap DemoRunner::grabWithWindows(const QList<QWidget*>& windows) const
 {
     // The window and the dialogs over it, composed as they are on screen,
     // so the picture is right on any platform plug-in.
-    QPixmap shot = m_window->grab();
-    QPainter painter(&shot);
+    // The picture grows to take in a dialog reaching past the window.
     const QPoint origin = m_window->mapToGlobal(QPoint(0, 0));
+    QRect area(QPoint(0, 0), m_window->size());
+    for (QWidget* w : windows) {
+        if (w && w->isVisible())
+            area |= QRect(w->mapToGlobal(QPoint(0, 0)) - origin, w->size());
+    }
+    QPixmap shot(area.size());
+    shot.fill(Qt::darkGray);
+    QPainter painter(&shot);
+    painter.drawPixmap(-area.topLeft(), m_window->grab());
     for (QWidget* w : windows) {
         if (!w || !w->isVisible())
             continue;
-        painter.drawPixmap(w->mapToGlobal(QPoint(0, 0)) - origin, w->grab());
+        painter.drawPixmap(w->mapToGlobal(QPoint(0, 0)) - origin - area.topLeft(), w->grab());
     }
     return shot;
 }

@@ -232,6 +232,7 @@ private slots:
         QTest::addColumn<QString>("mustHide");
         QTest::addColumn<QString>("message");
         QTest::newRow("words in any order") << "utm 14" << "EPSG:32614" << "EPSG:32633" << "";
+        QTest::newRow("a zone number is a whole number") << "utm 32 wgs" << "EPSG:32632" << "EPSG:32201" << "";
         QTest::newRow("datum and place") << "nad83 texas" << "EPSG:32138" << "EPSG:32633" << "";
         QTest::newRow("the whole text, any case") << "utm zone 33n" << "EPSG:32633" << "EPSG:2154" << "";
         QTest::newRow("reordered words") << "zone 33n utm" << "EPSG:32633" << "EPSG:32634" << "";
