@@ -528,30 +528,6 @@ private slots:
         delete flyout;
         QVERIFY(!canvas.getFlyout());
     }
-
-    void aThousandPhotosLoad()
-    {
-        QTemporaryDir many;
-        QVERIFY(many.isValid());
-        for (int i = 1; i <= 1000; ++i) {
-            const QString path = many.filePath(QString("DJI_%1.JPG").arg(i));
-            QVERIFY(TestPhotos::writePhoto(path, QSize(96, 72), i, i % 3 == 0));
-        }
-        PhotoPreview canvas;
-        showCanvas(canvas);
-        QSignalSpy added(&canvas, &PhotoPreview::filesAdded);
-        QCOMPARE(canvas.addFiles({many.path()}).size(), 1000);
-        QCOMPARE(added.count(), 1);
-        QCOMPARE(countText(canvas), QString("1000 photos, 1000 included"));
-        QTRY_COMPARE_WITH_TIMEOUT(countInState(canvas, IThumbnailItem::Ready), 1000, 120000);
-        QCOMPARE(countInState(canvas, IThumbnailItem::Failed), 0);
-        const QStringList files = canvas.getFiles();
-        QCOMPARE(files.first(), QDir::cleanPath(many.filePath("DJI_1.JPG")));
-        QCOMPARE(files.at(9), QDir::cleanPath(many.filePath("DJI_10.JPG")));
-        QCOMPARE(files.last(), QDir::cleanPath(many.filePath("DJI_1000.JPG")));
-        QCOMPARE(canvas.getThumbnailData().size(), 1000);
-        QVERIFY(ThumbnailLoader::instance()->isIdle());
-    }
 };
 
 QTEST_MAIN(TestPhotoPreview)
