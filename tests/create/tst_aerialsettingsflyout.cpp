@@ -54,9 +54,9 @@ private slots:
     void init();
     void cleanup();
 
-    void validatorRestoresFieldStyle();
     void validateModelNameMessages_data();
     void validateModelNameMessages();
+    void keyFilterPolicesTyping_data();
     void keyFilterPolicesTyping();
     void meshCannotBeSwitchedOff();
     void pixelSizeFollowsOrthoMap();
@@ -173,17 +173,6 @@ bool TstAerialSettingsFlyout::catalogueLoaded() const
     return selector->dialog() && !selector->dialog()->isLoading();
 }
 
-void TstAerialSettingsFlyout::validatorRestoresFieldStyle()
-{
-    auto* edit = child<QLineEdit>("modelname_lineedit");
-    edit->setStyleSheet(QStringLiteral("QLineEdit { border: 2px solid red; }"));
-    edit->setText(QStringLiteral("abc"));
-    QVERIFY(m_flyout->ValidateModelName());
-    QCOMPARE(edit->styleSheet(), CreateModelFlyout::GetModelNameLineEditStylesheet());
-    // Not installed on the field: anything may be pasted, and is judged on Start.
-    QVERIFY(!edit->validator());
-}
-
 void TstAerialSettingsFlyout::validateModelNameMessages_data()
 {
     QTest::addColumn<QString>("name");
@@ -193,6 +182,11 @@ void TstAerialSettingsFlyout::validateModelNameMessages_data()
     const QString rule = QStringLiteral("Name may only contain letters(A-Z, a-z),\ndigits(0-9), dash(-) or underscore (_).");
     QTest::newRow("pasted space") << QStringLiteral("north field") << QStringLiteral("Project name is not valid.") << rule;
     QTest::newRow("umlaut") << QStringLiteral("M\u00fchle") << QStringLiteral("Project name is not valid.") << rule;
+    QTest::newRow("dot") << QStringLiteral("site.a") << QStringLiteral("Project name is not valid.") << rule;
+    QTest::newRow("slash") << QStringLiteral("a/b") << QStringLiteral("Project name is not valid.") << rule;
+    QTest::newRow("beyond latin-1") << QStringLiteral("site\u4e00") << QStringLiteral("Project name is not valid.") << rule;
+    QTest::newRow("last character") << QStringLiteral("abcdef!") << QStringLiteral("Project name is not valid.") << rule;
+    QTest::newRow("letters digits") << QStringLiteral("Survey2024abcXYZ") << QString() << QString();
     QTest::newRow("dash underscore") << QStringLiteral("-_") << QString() << QString();
     QTest::newRow("full length") << QString(256, QLatin1Char('a')) << QString() << QString();
 }
@@ -202,9 +196,15 @@ void TstAerialSettingsFlyout::validateModelNameMessages()
     QFETCH(QString, name);
     QFETCH(QString, mainText);
     QFETCH(QString, secondaryText);
-    child<QLineEdit>("modelname_lineedit")->setText(name);
+    auto* edit = child<QLineEdit>("modelname_lineedit");
+    edit->setStyleSheet(QStringLiteral("QLineEdit { border: 2px solid red; }"));
+    edit->setText(name);
     const bool ok = m_flyout->ValidateModelName();
     QCOMPARE(ok, mainText.isEmpty());
+    // Judged on Start, never while typing or pasting; the field's style is restored.
+    QVERIFY(!edit->validator());
+    QCOMPARE(edit->styleSheet(), name.isEmpty() ? QStringLiteral("QLineEdit { border: 2px solid red; }")
+                                                : CreateModelFlyout::GetModelNameLineEditStylesheet());
     if (ok) {
         QVERIFY(m_dialogs.isEmpty());
         QCOMPARE(m_flyout->getModelName(), name);
@@ -220,51 +220,54 @@ void TstAerialSettingsFlyout::validateModelNameMessages()
     QCOMPARE(r.parent.data(), static_cast<QWidget*>(m_flyout.data()));
     // A refused name is not kept, and the field keeps what the user typed.
     QVERIFY(m_flyout->getModelName().isEmpty());
-    QCOMPARE(child<QLineEdit>("modelname_lineedit")->text(), name);
+    QCOMPARE(edit->text(), name);
+}
+
+void TstAerialSettingsFlyout::keyFilterPolicesTyping_data()
+{
+    // After "ab": a key first (0: none), then a key with its text and modifiers.
+    QTest::addColumn<int>("first");
+    QTest::addColumn<int>("key");
+    QTest::addColumn<QString>("typed");
+    QTest::addColumn<int>("modifiers");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<int>("cursor");
+    QTest::newRow("dash") << 0 << int(Qt::Key_Minus) << "-" << 0 << "ab-" << 3;
+    QTest::newRow("underscore") << 0 << int(Qt::Key_Underscore) << "_" << int(Qt::ShiftModifier) << "ab_" << 3;
+    QTest::newRow("space") << 0 << int(Qt::Key_Space) << " " << 0 << "ab" << 2;
+    QTest::newRow("dot") << 0 << int(Qt::Key_Period) << "." << 0 << "ab" << 2;
+    QTest::newRow("Shift gives capitals") << 0 << int(Qt::Key_Q) << "Q" << int(Qt::ShiftModifier) << "abQ" << 3;
+    QTest::newRow("Shift with a digit key") << 0 << int(Qt::Key_5) << "%" << int(Qt::ShiftModifier) << "ab" << 2;
+    QTest::newRow("keypad digit") << 0 << int(Qt::Key_7) << "7" << int(Qt::KeypadModifier) << "ab7" << 3;
+    // Ctrl+A would select everything, so the next letter replaced it.
+    QTest::newRow("Ctrl+A") << int(Qt::Key_A) << int(Qt::Key_Z) << "z" << 0 << "abz" << 3;
+    QTest::newRow("Home, Delete") << int(Qt::Key_Home) << int(Qt::Key_Delete) << "" << 0 << "b" << 0;
+    QTest::newRow("Left, Backspace") << int(Qt::Key_Left) << int(Qt::Key_Backspace) << "" << 0 << "b" << 0;
+    // Up would move the cursor to the start (End and Right pass as Home and
+    // Left do); Return never reaches the field.
+    QTest::newRow("Up") << 0 << int(Qt::Key_Up) << "" << 0 << "ab" << 2;
+    QTest::newRow("Return") << 0 << int(Qt::Key_Return) << "\r" << 0 << "ab" << 2;
 }
 
 void TstAerialSettingsFlyout::keyFilterPolicesTyping()
 {
+    QFETCH(int, first);
+    QFETCH(int, key);
+    QFETCH(QString, typed);
+    QFETCH(int, modifiers);
+    QFETCH(QString, text);
+    QFETCH(int, cursor);
     m_flyout->show();
     auto* edit = child<QLineEdit>("modelname_lineedit");
     QSignalSpy returned(edit, &QLineEdit::returnPressed);
-
-    QTest::keyClicks(edit, QStringLiteral("ab c-_1.9"));
-    QCOMPARE(edit->text(), QStringLiteral("abc-_19"));
-
-    // Shift gives capitals; Shift with a digit key is not a plain digit.
-    QTest::keyClick(edit, 'Q', Qt::ShiftModifier);
-    QTest::keyClick(edit, '5', Qt::ShiftModifier);
-    QCOMPARE(edit->text(), QStringLiteral("abc-_19Q"));
-
-    // Keypad digits count as plain.
-    QTest::keyClick(edit, Qt::Key_7, Qt::KeypadModifier);
-    QCOMPARE(edit->text(), QStringLiteral("abc-_19Q7"));
-
-    // Ctrl+A would select everything so the next letter replaced it.
-    QTest::keyClick(edit, Qt::Key_A, Qt::ControlModifier);
-    QTest::keyClick(edit, Qt::Key_Z);
-    QCOMPARE(edit->text(), QStringLiteral("abc-_19Q7z"));
-
-    // Editing keys pass: Home then Delete removes the first character,
-    // Left then Backspace the one before the cursor.
-    QTest::keyClick(edit, Qt::Key_Home);
-    QCOMPARE(edit->cursorPosition(), 0);
-    QTest::keyClick(edit, Qt::Key_Delete);
-    QTest::keyClick(edit, Qt::Key_End);
-    QTest::keyClick(edit, Qt::Key_Left);
-    QTest::keyClick(edit, Qt::Key_Backspace);
-    QCOMPARE(edit->text(), QStringLiteral("bc-_19Qz"));
-
-    // Up is swallowed (it would move the cursor to the start), Return never
-    // reaches the field.
-    QTest::keyClick(edit, Qt::Key_End);
-    QTest::keyClick(edit, Qt::Key_Up);
-    QCOMPARE(edit->cursorPosition(), edit->text().size());
-    QTest::keyClick(edit, Qt::Key_Return);
+    QTest::keyClicks(edit, QStringLiteral("ab"));
+    if (first)
+        QTest::keyClick(edit, Qt::Key(first), first == Qt::Key_A ? Qt::ControlModifier : Qt::NoModifier);
+    QTest::sendKeyEvent(QTest::Click, edit, Qt::Key(key), typed, Qt::KeyboardModifiers(modifiers));
+    QCOMPARE(edit->text(), text);
+    QCOMPARE(edit->cursorPosition(), cursor);
     QCOMPARE(returned.count(), 0);
     QVERIFY(m_dialogs.isEmpty());
-    QVERIFY(m_flyout->isVisible());
 }
 
 void TstAerialSettingsFlyout::meshCannotBeSwitchedOff()
