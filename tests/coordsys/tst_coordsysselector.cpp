@@ -242,17 +242,12 @@ private slots:
             seen = d->frameGeometry();
             size = d->size();
         };
-        // Near the right edge: the catalogue ends 70 pixels inside the screen.
+        // Near the right edge: the catalogue ends 70 pixels inside the screen
+        // (the other edges are placeDialog's rows).
         selector.move(screen.right() - selector.width(), screen.center().y() - 20);
         QCOMPARE(browse(click, selector.dialog(), look), 1);
         QCOMPARE(size, QSize(550, 600));
         QCOMPARE(seen.right(), screen.right() - 70);
-
-        // Near the top: its top goes to 70.
-        selector.move(screen.center().x() - 150, screen.top());
-        QCOMPARE(browse(click, selector.dialog(), look), 1);
-        QCOMPARE(seen.top(), 70);
-        QCOMPARE(seen.center().x(), selector.frameGeometry().center().x());
 
         // A wide field gives a wide catalogue.
         selector.resize(700, 40);
