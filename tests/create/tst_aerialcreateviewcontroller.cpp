@@ -60,8 +60,8 @@ private slots:
     void warnsOncePerBatchWithoutGps_data();
     void warnsOncePerBatchWithoutGps();
     void noWarningAfterViewDisappearsOrIsHidden();
-    void defaultCoordSysFromLastSelectedPhoto();
-    void defaultCoordSysUntouchedWithoutUsablePhoto();
+    void defaultCoordSysFromLastIncludedPhoto_data();
+    void defaultCoordSysFromLastIncludedPhoto();
 
 private:
     QStringList makePhotos(const QString& name, const QStringList& args);
@@ -224,50 +224,45 @@ void TstAerialCreateViewController::noWarningAfterViewDisappearsOrIsHidden()
     QCOMPARE(warnings(), 1);
 }
 
-void TstAerialCreateViewController::defaultCoordSysFromLastSelectedPhoto()
+void TstAerialCreateViewController::defaultCoordSysFromLastIncludedPhoto_data()
 {
+    QTest::addColumn<QStringList>("sets"); // added in turn, the zone asked for after each
+    QTest::addColumn<QString>("excluded");
+    QTest::addColumn<QString>("zone"); // empty: none proposed
+    QTest::newRow("no photos") << QStringList() << "" << "";
+    QTest::newRow("north") << QStringList{"gps"} << "" << "EPSG:32633";
+    QTest::newRow("south added last") << QStringList{"gps", "south"} << "" << "EPSG:32719";
+    QTest::newRow("excluded photos do not count") << QStringList{"gps", "south"} << "south" << "EPSG:32633";
+    QTest::newRow("last without GPS keeps the earlier") << QStringList{"gps", "lastNone"} << "" << "EPSG:32633";
+}
+
+void TstAerialCreateViewController::defaultCoordSysFromLastIncludedPhoto()
+{
+    QFETCH(QStringList, sets);
+    QFETCH(QString, excluded);
+    QFETCH(QString, zone);
     QTRY_VERIFY_WITH_TIMEOUT(!selector()->dialog()->isLoading(), 60000);
-    canvas()->addFiles(photos(QStringLiteral("gps")));
-    m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-
-    canvas()->addFiles(photos(QStringLiteral("south")));
-    m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32719"));
-
-    // Excluded photos do not count: the last selected one is in zone 33 again.
-    for (const QString& p : photos(QStringLiteral("south")))
+    for (const QString& set : sets) {
+        canvas()->addFiles(photos(set));
+        m_controller->getCoordSysFromLastImage();
+    }
+    for (const QString& p : photos(excluded))
         canvas()->setFileSelected(p, false);
+    // Nothing is said when the last photo has no GPS.
+    QVERIFY(KeelCore::waitForIdle());
+    m_dialogs.clear();
     m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-
+    QVERIFY(m_dialogs.isEmpty());
+    QCOMPARE(selector()->defaultGpsCoordSys().code, zone);
+    if (zone.isEmpty())
+        return;
     // Until the user chooses, the flyout proposes it.
     bool m, pc, om;
     float px;
     QString cs;
     canvas()->getFlyout()->show();
     qobject_cast<AerialSettingsFlyout*>(canvas()->getFlyout())->GetSettings(m, pc, om, px, cs);
-    QCOMPARE(cs, QStringLiteral("EPSG:32633"));
-}
-
-void TstAerialCreateViewController::defaultCoordSysUntouchedWithoutUsablePhoto()
-{
-    QTRY_VERIFY_WITH_TIMEOUT(!selector()->dialog()->isLoading(), 60000);
-    m_controller->getCoordSysFromLastImage();
-    QVERIFY(selector()->defaultGpsCoordSys().code.isEmpty());
-
-    canvas()->addFiles(photos(QStringLiteral("gps")));
-    m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-
-    // The last photo has no GPS: the earlier default stays, and nothing is said.
-    canvas()->addFiles(photos(QStringLiteral("south")));
-    canvas()->addFiles(photos(QStringLiteral("lastNone")));
-    QVERIFY(KeelCore::waitForIdle());
-    m_dialogs.clear();
-    m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-    QVERIFY(m_dialogs.isEmpty());
+    QCOMPARE(cs, zone);
 }
 
 QTEST_MAIN(TstAerialCreateViewController)
