@@ -8,6 +8,7 @@
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <support/TestSupport.h>
 #include <utilities/Utilities.h>
 
 #include <QLabel>
@@ -104,11 +105,8 @@ private:
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        QCoreApplication::setOrganizationName(QStringLiteral("ZynTest"));
-        QCoreApplication::setApplicationName(QStringLiteral("coordsysdialog"));
         QVERIFY(m_configDir.isValid());
-        qputenv("ZYN_CONFIG_FILE", m_configDir.filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
+        TestSupport::isolateSettings(QStringLiteral("coordsysdialog"), m_configDir.path());
     }
 
     void init() { QSettings().clear(); }

@@ -6,6 +6,7 @@
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>
 #include <keelcore/Dispatch.h>
@@ -21,7 +22,7 @@ class CoordSysNoDatabaseTest : public QObject {
 private:
     QTemporaryDir m_emptyData;
     QTemporaryDir m_configDir;
-    QList<TaskDialog::Request> m_requests;
+    Zyn::TestSupport::DialogRecorder m_requests;
 
 private slots:
     void initTestCase()
@@ -33,15 +34,10 @@ private slots:
         qputenv("PROJ_DATA", QDir::toNativeSeparators(m_emptyData.path()).toLocal8Bit());
         qputenv("PROJ_LIB", QDir::toNativeSeparators(m_emptyData.path()).toLocal8Bit());
         qputenv("ZYN_CONFIG_FILE", m_configDir.filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
-        TaskDialog::setHandler([this](const TaskDialog::Request& request) {
-            m_requests.append(request);
-            return int(TaskDialog::Ok);
-        });
     }
 
-    void cleanupTestCase() { TaskDialog::clearHandler(); }
-
-    void init() { m_requests.clear(); }
+    void init() { m_requests.record(); }
+    void cleanup() { m_requests.stop(); }
 
     // The GCP editor's input catalogue loads before it is first shown; the
     // error waits for the user, and the built-in rows stay usable.

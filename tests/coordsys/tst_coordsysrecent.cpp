@@ -5,6 +5,7 @@
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>
 #include <coordsys/TableWidgetItem.h>
@@ -78,11 +79,8 @@ private:
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        QCoreApplication::setOrganizationName(QStringLiteral("ZynTest"));
-        QCoreApplication::setApplicationName(QStringLiteral("coordsysrecent"));
         QVERIFY(m_configDir.isValid());
-        qputenv("ZYN_CONFIG_FILE", m_configDir.filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
+        TestSupport::isolateSettings(QStringLiteral("coordsysrecent"), m_configDir.path());
     }
 
     void init()

@@ -2,6 +2,7 @@
 #include <QSettings>
 #include <QStandardPaths>
 #include <QtTest>
+#include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>
 #include <coordsys/CoordSysSelector.h>
@@ -32,9 +33,7 @@ private:
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        QCoreApplication::setOrganizationName(QStringLiteral("ZynTest"));
-        QCoreApplication::setApplicationName(QStringLiteral("coordsysrecord"));
+        Zyn::TestSupport::isolateSettings(QStringLiteral("coordsysrecord"));
     }
 
     void init() { QSettings().clear(); }

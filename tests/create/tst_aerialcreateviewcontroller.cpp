@@ -74,7 +74,7 @@ private:
     QTemporaryDir m_dir;
     QHash<QString, QStringList> m_sets;
     QPointer<AerialCreateViewController> m_controller;
-    QList<TaskDialog::Request> m_dialogs;
+    Zyn::TestSupport::DialogRecorder m_dialogs;
 };
 
 QStringList TstAerialCreateViewController::makePhotos(const QString& name, const QStringList& args)
@@ -84,9 +84,7 @@ QStringList TstAerialCreateViewController::makePhotos(const QString& name, const
 
 void TstAerialCreateViewController::initTestCase()
 {
-    QStandardPaths::setTestModeEnabled(true);
-    QCoreApplication::setOrganizationName(QStringLiteral("ZynPhotoTests"));
-    QCoreApplication::setApplicationName(QStringLiteral("tst_aerialcreateviewcontroller"));
+    Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialcreateviewcontroller"));
     QVERIFY(m_dir.isValid());
     qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
     const QStringList north{QStringLiteral("--lat"), QStringLiteral("47.0"), QStringLiteral("--lon"), QStringLiteral("15.0")};
@@ -106,11 +104,7 @@ void TstAerialCreateViewController::initTestCase()
 void TstAerialCreateViewController::init()
 {
     QSettings().clear();
-    m_dialogs.clear();
-    TaskDialog::setHandler([this](const TaskDialog::Request& r) {
-        m_dialogs << r;
-        return int(TaskDialog::IconButtonResult);
-    });
+    m_dialogs.record(TaskDialog::IconButtonResult);
     makeController();
 }
 
@@ -118,7 +112,7 @@ void TstAerialCreateViewController::cleanup()
 {
     delete m_controller.data();
     QVERIFY(KeelCore::waitForIdle());
-    TaskDialog::clearHandler();
+    m_dialogs.stop();
 }
 
 void TstAerialCreateViewController::makeController()

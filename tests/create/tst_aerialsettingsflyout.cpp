@@ -30,6 +30,8 @@
 
 #include <memory>
 
+#include <support/TestSupport.h>
+
 using Zyn::AppCreate::AerialSettingsFlyout;
 using Zyn::AppCreate::CoordSysSelector;
 using Zyn::AppCreate::CreateModelFlyout;
@@ -91,18 +93,15 @@ private:
     std::unique_ptr<MainState> m_state;
     std::unique_ptr<PhotoPreview> m_canvas;
     QPointer<AerialSettingsFlyout> m_flyout;
-    QList<TaskDialog::Request> m_dialogs;
-    int m_answer = TaskDialog::Ok;
+    Zyn::TestSupport::DialogRecorder m_dialogs;
     int m_termsAsked = 0;
     bool m_termsAnswer = true;
 };
 
 void TstAerialSettingsFlyout::initTestCase()
 {
-    QStandardPaths::setTestModeEnabled(true);
-    QCoreApplication::setOrganizationName(QStringLiteral("ZynPhotoTests"));
-    QCoreApplication::setApplicationName(QStringLiteral("tst_aerialsettingsflyout"));
     QVERIFY(m_dir.isValid());
+    Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialsettingsflyout"), m_dir.path());
     qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
 }
 
@@ -113,14 +112,9 @@ void TstAerialSettingsFlyout::init()
                             Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS,
                             Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS})
         config()->remove(QLatin1String(key));
-    m_dialogs.clear();
-    m_answer = TaskDialog::Ok;
+    m_dialogs.record();
     m_termsAsked = 0;
     m_termsAnswer = true;
-    TaskDialog::setHandler([this](const TaskDialog::Request& r) {
-        m_dialogs << r;
-        return m_answer;
-    });
     CreateModelFlyout::setTermsHandler([this](const QString&) {
         ++m_termsAsked;
         return m_termsAnswer;
@@ -134,7 +128,7 @@ void TstAerialSettingsFlyout::cleanup()
     m_canvas.reset();
     m_state.reset();
     QVERIFY(KeelCore::waitForIdle());
-    TaskDialog::clearHandler();
+    m_dialogs.stop();
     CreateModelFlyout::clearTermsHandler();
 }
 
@@ -371,7 +365,7 @@ void TstAerialSettingsFlyout::startSaysWhichPhotosAreLeftOut()
     QCOMPARE(m_canvas->addFiles({empty}).size(), 1);
     QTRY_COMPARE(m_canvas->unreadableFiles().size(), 1);
     readyToStart();
-    m_answer = answer;
+    m_dialogs.answer = answer;
     QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
     QTest::mouseClick(child<QPushButton>("start_button"), Qt::LeftButton);
     QCOMPARE(m_dialogs.size(), 1);

@@ -23,6 +23,8 @@
 #include <QTimer>
 #include <QtTest>
 
+#include <support/TestSupport.h>
+
 using namespace Zyn::AppCreate;
 using Zyn::UiBase::TaskDialog;
 namespace U = Zyn::Utilities;
@@ -53,14 +55,13 @@ private:
 
     QTemporaryDir m_dir;
     QStringList m_photos;
-    QList<TaskDialog::Request> m_dialogs;
+    Zyn::TestSupport::DialogRecorder m_dialogs;
 };
 
 void TestCreateModelFlyout::initTestCase()
 {
-    QStandardPaths::setTestModeEnabled(true);
     QVERIFY(m_dir.isValid());
-    qputenv("ZYN_CONFIG_FILE", m_dir.filePath(QStringLiteral("zynphoto.ini")).toUtf8());
+    Zyn::TestSupport::isolateSettings(QStringLiteral("tst_createmodelflyout"), m_dir.path());
     qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
     for (int i = 0; i < 30; ++i) {
         const QString path = m_dir.filePath(QStringLiteral("photos/P%1.jpg").arg(i));
@@ -73,18 +74,14 @@ void TestCreateModelFlyout::initTestCase()
 void TestCreateModelFlyout::init()
 {
     QSettings().clear();
-    m_dialogs.clear();
-    TaskDialog::setHandler([this](const TaskDialog::Request& r) {
-        m_dialogs << r;
-        return int(TaskDialog::Ok);
-    });
+    m_dialogs.record();
     configure({}, {}, {});
 }
 
 void TestCreateModelFlyout::cleanup()
 {
     QVERIFY(KeelCore::waitForIdle());
-    TaskDialog::clearHandler();
+    m_dialogs.stop();
     CreateModelFlyout::clearTermsHandler();
 }
 

@@ -26,6 +26,8 @@
 #include <QToolButton>
 #include <QtTest>
 
+#include <support/TestSupport.h>
+
 using namespace Zyn::AppCreate;
 using Zyn::UiBase::TaskDialog;
 
@@ -131,7 +133,7 @@ private:
 
     QTemporaryDir m_dir;
     QStringList m_photos;
-    QList<TaskDialog::Request> m_dialogs;
+    Zyn::TestSupport::DialogRecorder m_dialogs;
     QList<QPointer<TestCreateVC>> m_views;
 };
 
@@ -153,11 +155,7 @@ void TestCreateView::init()
     static int n = 0;
     qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects%1").arg(++n)).toUtf8());
     QSettings().clear();
-    m_dialogs.clear();
-    TaskDialog::setHandler([this](const TaskDialog::Request& r) {
-        m_dialogs << r;
-        return int(TaskDialog::Ok);
-    });
+    m_dialogs.record();
     Zyn::UiBase::FileDialog::setHandler([](const Zyn::UiBase::FileDialog::Request&) { return QStringList(); });
 }
 
@@ -167,7 +165,7 @@ void TestCreateView::cleanup()
         delete vc.data();
     m_views.clear();
     QVERIFY(KeelCore::waitForIdle());
-    TaskDialog::clearHandler();
+    m_dialogs.stop();
     Zyn::UiBase::FileDialog::clearHandler();
 }
 
