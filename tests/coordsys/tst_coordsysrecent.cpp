@@ -1,7 +1,6 @@
 // Recently used coordinate systems: the stored lists, their limit and how
 // they float rows to the top of the catalogue.
 #include <QSettings>
-#include <QStandardPaths>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QtTest>

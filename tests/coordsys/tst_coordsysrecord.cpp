@@ -1,6 +1,5 @@
 // The coordinate-system record, its stored form and the catalogue's row order.
 #include <QSettings>
-#include <QStandardPaths>
 #include <QtTest>
 #include <support/TestSupport.h>
 

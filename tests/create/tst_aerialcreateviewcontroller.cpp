@@ -17,10 +17,8 @@
 #include <uitoolkit/LocalImageFileItem.h>
 #include <uitoolkit/ThumbnailProxyModel.h>
 
-#include <QDir>
 #include <QPointer>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 

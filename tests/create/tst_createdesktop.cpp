@@ -13,7 +13,6 @@
 
 #include <QDialog>
 #include <QImage>
-#include <QLabel>
 #include <QPushButton>
 #include <QSettings>
 #include <QStandardPaths>
