@@ -46,6 +46,11 @@ bool AerialCaptureApp::execute()
     if (!dashboard)
         return false;
 
+    // A panel the user kept for later comes back as it was left.
+    if (UiBase::BaseViewController* kept = AerialCreateViewController::takeKeptPanel()) {
+        dashboard->presentViewController(kept, UiBase::TransitionFromRight);
+        return true;
+    }
     auto* controller = new AerialCreateViewController;
     auto* panel = new UiToolkit::ActionPanelVC;
     UiBase::BaseView* view = controller->getView();

@@ -632,6 +632,13 @@ void CoordSysDialog::searchText(const QString& text)
     // "utm 14" finds "NAD83 / UTM zone 14N". A row holding the whole text
     // still matches, as each of its words is in that column.
     const QStringList words = text.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+    // A short number ("32", "14") is a zone or the like: it matches a whole
+    // number only, so "utm 32" does not bring up EPSG:32201. Longer ones may
+    // be the start of a code and match anywhere.
+    static const QRegularExpression shortNumber(QStringLiteral("^\\d{1,3}$"));
+    QVector<bool> wholeNumber;
+    for (const QString& word : words)
+        wholeNumber << shortNumber.match(word).hasMatch();
     QTableWidget* table = ui->table_coordsys;
     const UpdatesOff updatesOff(table);
     const int rows = table->rowCount();
@@ -645,10 +652,20 @@ void CoordSysDialog::searchText(const QString& text)
             any = any || !cells[column].isEmpty();
         }
         bool show = any;
-        for (const QString& word : words) {
+        for (int w = 0; w < words.size(); ++w) {
+            const QString& word = words.at(w);
             bool found = false;
-            for (int column = 0; column < columns && !found; ++column)
-                found = cells[column].contains(word, Qt::CaseInsensitive);
+            for (int column = 0; column < columns && !found; ++column) {
+                const QString& cell = cells[column];
+                if (!wholeNumber.at(w)) {
+                    found = cell.contains(word, Qt::CaseInsensitive);
+                    continue;
+                }
+                for (int at = cell.indexOf(word); at >= 0 && !found; at = cell.indexOf(word, at + 1)) {
+                    const int end = at + word.size();
+                    found = (at == 0 || !cell.at(at - 1).isDigit()) && (end == cell.size() || !cell.at(end).isDigit());
+                }
+            }
             if (!found) {
                 show = false;
                 break;

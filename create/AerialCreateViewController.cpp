@@ -20,6 +20,14 @@
 namespace Zyn {
 namespace AppCreate {
 
+namespace {
+QPointer<UiBase::BaseViewController>& keptPanel()
+{
+    static QPointer<UiBase::BaseViewController> panel;
+    return panel;
+}
+} // namespace
+
 AerialCreateViewController::AerialCreateViewController(QObject* parent)
     : CreateViewController(parent)
 {
@@ -125,6 +133,37 @@ void AerialCreateViewController::showMissingGpsWarning()
     UiBase::TaskDialog::showWarningMessage(getQtWidget(), tr("Some photos do not have GPS data"),
                                            tr("The output will not be geolocated."),
                                            UiBase::TaskDialog::IconButtonsOnly, buttons);
+}
+
+bool AerialCreateViewController::viewShouldClose()
+{
+    const int count = getFiles().size();
+    if (count == 0)
+        return true;
+    const QList<UiBase::TaskDialog::IconButton> buttons{
+        {QString(), tr("Discard")}, {QString(), tr("Keep for later")}, {QString(), tr("Cancel")}};
+    const QString question = count == 1 ? tr("Discard the photo and settings of this project?")
+                                        : tr("Discard the %1 photos and settings of this project?").arg(count);
+    const int answer = UiBase::TaskDialog::showWarningMessage(
+        getQtWidget(), question, tr("Keep for later brings them back the next time you open this panel."),
+        UiBase::TaskDialog::IconButtonsOnly, buttons);
+    const bool discard = answer == UiBase::TaskDialog::IconButtonResult;
+    const bool keep = answer == UiBase::TaskDialog::IconButtonResult + 1;
+    if (!discard && !keep)
+        return false;
+    // The panel owns this controller; a kept panel's view is only hidden on closing.
+    auto* panel = qobject_cast<UiBase::BaseViewController*>(parent());
+    if (panel && panel->getQtWidget())
+        panel->getQtWidget()->setAttribute(Qt::WA_DeleteOnClose, discard);
+    keptPanel() = keep ? panel : nullptr;
+    return true;
+}
+
+UiBase::BaseViewController* AerialCreateViewController::takeKeptPanel()
+{
+    UiBase::BaseViewController* panel = keptPanel().data();
+    keptPanel() = nullptr;
+    return panel;
 }
 
 void AerialCreateViewController::getCoordSysFromLastImage()

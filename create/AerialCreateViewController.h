@@ -31,6 +31,12 @@ public:
     // Adds the survey points (when there are any) to the project.
     bool prepareProjectRequest(ProjectRequest& request, QString* error) override;
 
+    // With photos on the canvas, asks whether to discard them, keep the
+    // panel for later, or stay.
+    bool viewShouldClose() override;
+    // The panel the user kept for later in this session, handed over once.
+    static UiBase::BaseViewController* takeKeptPanel();
+
     // Whether a photo without GPS is still worth a warning.
     bool isGpsWarningEnabled() const { return m_showGpsWarning; }
 

@@ -6,6 +6,7 @@
 #include "ui_AerialSettingsFlyout.h"
 
 #include <appcreate/MainState.h>
+#include <appcreate/PhotoPreview.h>
 #include <coordsys/CoordSysSelector.h>
 #include <keelcore/Dispatch.h>
 #include <services/CloudService.h>
@@ -13,6 +14,7 @@
 #include <uibase/TaskDialog.h>
 
 #include <QApplication>
+#include <QFileInfo>
 #include <QKeyEvent>
 #include <QLineEdit>
 #include <QShowEvent>
@@ -56,6 +58,9 @@ AerialSettingsFlyout::AerialSettingsFlyout(MainState& state, QWidget* parent)
     ui->modelname_lineedit->installEventFilter(this);
     ui->coord_sys_selector->setInput(false);
     ui->coord_sys_selector->loadCoordSystems();
+    // An unfinished pixel size ("", "0") becomes the nearest allowed value,
+    // shown in the field, rather than silently the previous one.
+    ui->upp_spinBox->setCorrectionMode(QAbstractSpinBox::CorrectToNearestValue);
     InitializeSceneNameValidator();
     adjustSize();
 }
@@ -109,6 +114,9 @@ void AerialSettingsFlyout::start()
     // A double click on Start, or Start then Return, must submit once.
     if (m_startPending)
         return;
+    // Start may come while the pixel size is still being typed: settle it
+    // first, so the size submitted is the one the field shows.
+    ui->upp_spinBox->interpretText();
     if (!HasUserAcceptedTermsAndConditions() && !AskUserToAcceptTermsAndConditions())
         return;
     if (!ValidateModelName())
@@ -118,6 +126,8 @@ void AerialSettingsFlyout::start()
                                              UiBase::TaskDialog::OkButton);
         return;
     }
+    if (!acceptUnreadableLeftOut())
+        return;
     const QPointer<AerialSettingsFlyout> self(this);
     m_startPending = true;
     const int request = ++m_startRequest;
@@ -132,6 +142,26 @@ void AerialSettingsFlyout::start()
         self->ui->modelname_lineedit->clear();
         self->accept();
     });
+}
+
+bool AerialSettingsFlyout::acceptUnreadableLeftOut()
+{
+    const PhotoPreview* canvas = getState().getPhotoCanvas();
+    const QList<PhotoPreview::Unreadable> unreadable = canvas ? canvas->unreadableFiles() : QList<PhotoPreview::Unreadable>();
+    if (unreadable.isEmpty())
+        return true;
+    const QString mainText = unreadable.size() == 1
+                                 ? tr("1 photo cannot be read and is left out of the project.")
+                                 : tr("%1 photos cannot be read and are left out of the project.").arg(unreadable.size());
+    // Name the first few, so the user can find them; the rest are counted.
+    const int shown = 5;
+    QStringList lines;
+    for (int i = 0; i < unreadable.size() && i < shown; ++i)
+        lines << tr("%1: %2").arg(QFileInfo(unreadable.at(i).path).fileName(), unreadable.at(i).reason);
+    if (unreadable.size() > shown)
+        lines << tr("and %1 more").arg(unreadable.size() - shown);
+    return UiBase::TaskDialog::showWarningMessage(this, mainText, lines.join(QLatin1Char('\n')),
+                                                  UiBase::TaskDialog::OkCancelButtons) == UiBase::TaskDialog::Ok;
 }
 
 void AerialSettingsFlyout::reject()

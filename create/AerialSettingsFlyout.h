@@ -73,6 +73,9 @@ private:
     void InitializeSceneNameValidator();
     void setCloudCreditsTexts();
     void start();
+    // Says which photos cannot be read and are left out; false when the
+    // user would rather not start without them.
+    bool acceptUnreadableLeftOut();
     bool filterNameKey(const QKeyEvent* event) const;
 
     std::unique_ptr<Ui::AerialSettingsFlyout> ui;

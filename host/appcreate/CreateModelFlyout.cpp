@@ -61,15 +61,20 @@ bool CreateModelFlyout::HasUserAcceptedTermsAndConditions() const
 
 QString CreateModelFlyout::termsAndConditionsText()
 {
+    // Credits are promised only to accounts that pay with them.
+    const bool credits =
+        Services::EntitlementService::currentEntitlementType() == Services::EntitlementService::CloudCreditsAccount;
     return tr("<h3>Terms and conditions of processing</h3>"
               "<p>By starting a project you confirm that you own the photos you add, or have the right to "
               "process them, and that they may be processed on the processing account configured in this "
-              "application.</p>"
-              "<p>Processing a project may use cloud credits of your account. The number of credits a project "
-              "needs is shown before it starts; credits used by a started project are not refunded.</p>"
-              "<p>Project results are produced with care but without warranty; check them before relying on "
-              "their measurements.</p>"
-              "<p>These terms are asked for once; you accept them for every later project.</p>");
+              "application.</p>")
+           + (credits ? tr("<p>Processing a project uses cloud credits of your account. The number of credits a "
+                           "project needs is shown before it starts; credits used by a started project are not "
+                           "refunded.</p>")
+                      : QString())
+           + tr("<p>Project results are produced with care but without warranty; check them before relying on "
+                "their measurements.</p>"
+                "<p>These terms are asked for once; you accept them for every later project.</p>");
 }
 
 void CreateModelFlyout::setTermsHandler(TermsHandler handler)
@@ -130,9 +135,7 @@ void CreateModelFlyout::validateEntitlement(std::function<void(bool)> callback)
                           && !ProcessingService::instance()->projectExists(m_modelName);
     if (!nameFree) {
         if (why.isEmpty())
-            why = tr("A project named \"%1\" already exists. Choose another name; existing projects are never "
-                     "overwritten.")
-                      .arg(m_modelName);
+            why = ProcessingService::projectExistsText(m_modelName);
         UiBase::TaskDialog::showErrorMessage(this, tr("The project cannot be created."), why, UiBase::TaskDialog::OkButton);
         callback(false);
         return;

@@ -15,9 +15,7 @@
 #include <utilities/ResourceStrings.h>
 
 #include <QFileInfo>
-#include <QGuiApplication>
 #include <QHBoxLayout>
-#include <QScreen>
 #include <QSettings>
 #include <QToolButton>
 #include <QVBoxLayout>
@@ -208,8 +206,8 @@ QHash<QString, QImage> CreateViewController::getThumbnailData() const
 void CreateViewController::onCreateRequested()
 {
     if (getLocalFilesToUpload().isEmpty()) {
-        UiBase::TaskDialog::showErrorMessage(getQtWidget(), tr("There are no photos to process."),
-                                             tr("Add photos, or select some of them, before creating a project."),
+        UiBase::TaskDialog::showErrorMessage(getQtWidget(), tr("The project has no photos."),
+                                             tr("Add photos, or include some of them, before creating a project."),
                                              UiBase::TaskDialog::OkButton);
         return;
     }
@@ -234,36 +232,13 @@ void CreateViewController::showFlyout()
         connect(flyout, &QDialog::accepted, this, &CreateViewController::onFlyoutAccepted);
         m_connectedFlyout = flyout;
     }
+    // A frameless panel beside the canvas, inside the view: it moves and
+    // resizes with the window and leaves the canvas's tool bar uncovered.
+    setCentralWidget(CentralSidePanel, flyout);
+    // As tall as its contents, at the top: not stretched down the window.
+    m_centralArea->layout()->setAlignment(flyout, Qt::AlignTop);
     flyout->show();
-    placeFlyout();
     flyout->raise();
-    flyout->activateWindow();
-    // Once more after the flyout has laid itself out for its first showing.
-    const auto self = weakRef();
-    KeelCore::dispatchAsync(KeelCore::QosMainThread, [self] {
-        if (auto* c = static_cast<CreateViewController*>(self.lock()))
-            c->placeFlyout();
-    });
-}
-
-void CreateViewController::placeFlyout()
-{
-    PhotoPreview* canvas = m_state ? m_state->getPhotoCanvas() : nullptr;
-    QDialog* flyout = canvas ? canvas->getFlyout() : nullptr;
-    if (!flyout || !flyout->isVisible())
-        return;
-    // Beside the canvas: at its top right corner, kept on the screen.
-    const QSize size = flyout->frameGeometry().size();
-    QPoint pos = canvas->mapToGlobal(QPoint(canvas->width() - size.width() - 16, 16));
-    QScreen* screen = QGuiApplication::screenAt(canvas->mapToGlobal(canvas->rect().center()));
-    if (!screen)
-        screen = QGuiApplication::primaryScreen();
-    if (screen) {
-        const QRect area = screen->availableGeometry();
-        pos.setX(qBound(area.left(), pos.x(), qMax(area.left(), area.right() - size.width())));
-        pos.setY(qBound(area.top(), pos.y(), qMax(area.top(), area.bottom() - size.height())));
-    }
-    flyout->move(pos);
 }
 
 void CreateViewController::onFlyoutAccepted()
@@ -281,7 +256,7 @@ void CreateViewController::onFlyoutAccepted()
     QString folder;
     QString error;
     if (!prepareProjectRequest(request, &error) || !ProcessingService::instance()->submitProject(request, &folder, &error)) {
-        UiBase::TaskDialog::showErrorMessage(getQtWidget(), tr("The project could not be created."), error,
+        UiBase::TaskDialog::showErrorMessage(getQtWidget(), tr("The project cannot be created."), error,
                                              UiBase::TaskDialog::OkButton);
         return;
     }

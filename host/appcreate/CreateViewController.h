@@ -88,7 +88,7 @@ public:
     // Lets the application add its files and details to a project about to
     // be submitted. Answers false, with a user-readable error, to stop it.
     virtual bool prepareProjectRequest(ProjectRequest& request, QString* error);
-    // Shows the flyout beside the canvas (what the Create button does after
+    // Shows the flyout in the side slot, right of the canvas (what the Create button does after
     // onCreateButtonClicked and getCoordSysFromLastImage).
     void showFlyout();
 
@@ -112,7 +112,6 @@ private:
     void onFlyoutAccepted();
     void onCanvasFilesChanged();
     void rebuildCommandBar();
-    void placeFlyout();
     void browseForPhotos();
 
     std::unique_ptr<MainState> m_state;

@@ -1,6 +1,8 @@
 #include "PhotoPreview.h"
 #include "ui_PhotoPreview.h"
 
+#include "PhotoTileDelegate.h"
+
 #include <keelcore/Dispatch.h>
 #include <uibase/FileDialog.h>
 #include <uitoolkit/IThumbnailItem.h>
@@ -66,6 +68,9 @@ PhotoPreview::PhotoPreview(QWidget* parent)
     setAcceptDrops(true);
     m_proxy->setSourceModel(m_model);
     m_ui->thumbnail_view->setModel(m_proxy);
+    QAbstractItemDelegate* plainTiles = m_ui->thumbnail_view->itemDelegate();
+    m_ui->thumbnail_view->setItemDelegate(new PhotoTileDelegate(m_ui->thumbnail_view));
+    delete plainTiles;
     m_lastFolder = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
 
     connect(m_ui->add_photos_button, &QPushButton::clicked, this, &PhotoPreview::browseForPhotos);
@@ -79,6 +84,7 @@ PhotoPreview::PhotoPreview(QWidget* parent)
         updateState();
         emit selectionChanged();
     });
+    connect(m_model, &UiToolkit::ThumbnailListModel::dataChanged, this, &PhotoPreview::excludeUnreadable);
     updateState();
 }
 
@@ -290,6 +296,33 @@ QHash<QString, QImage> PhotoPreview::getThumbnailData() const
     return data;
 }
 
+QList<PhotoPreview::Unreadable> PhotoPreview::unreadableFiles() const
+{
+    QList<Unreadable> found;
+    for (int row = 0; row < m_model->rowCount(); ++row) {
+        const ItemPtr entry = m_model->itemAt(row);
+        if (entry->state() == UiToolkit::IThumbnailItem::Failed)
+            found.append({entry->path(), entry->errorText()});
+    }
+    return found;
+}
+
+void PhotoPreview::excludeUnreadable(const QModelIndex& first, const QModelIndex& last)
+{
+    bool failed = false;
+    for (int row = first.row(); row <= last.row(); ++row) {
+        const ItemPtr entry = m_model->itemAt(row);
+        if (!entry || entry->state() != UiToolkit::IThumbnailItem::Failed)
+            continue;
+        failed = true;
+        // The decode just failed: the photo leaves the project by itself.
+        if (m_model->isChecked(row))
+            m_model->setChecked(entry->path(), false);
+    }
+    if (failed)
+        updateCountLabel();
+}
+
 void PhotoPreview::setItemFactory(ItemFactory create, ItemValidator validate)
 {
     m_create = create ? std::move(create) : ItemFactory(defaultItem);
@@ -408,7 +441,11 @@ void PhotoPreview::updateCountLabel()
 {
     const int total = m_model->rowCount();
     const QString photos = total == 1 ? tr("1 photo") : tr("%1 photos").arg(total);
-    m_ui->count_label->setText(tr("%1, %2 selected").arg(photos).arg(m_model->checkedCount()));
+    QString text = tr("%1, %2 included").arg(photos).arg(m_model->checkedCount());
+    const int unreadable = unreadableFiles().size();
+    if (unreadable > 0)
+        text += tr(", %1 cannot be read").arg(unreadable);
+    m_ui->count_label->setText(text);
 }
 
 } // namespace AppCreate

@@ -29,8 +29,9 @@ namespace AppCreate {
 
 // The photo canvas of a create view. Photos come in through "Add photos"
 // and by dropping files or folders; each becomes a thumbnail tile. Every
-// photo is selected for processing when added; its tile's check box
-// excludes it. "Remove" takes the highlighted tiles off the canvas.
+// photo is included in the project when added; its tile's check box
+// excludes it, and an unreadable photo is excluded by itself. "Remove"
+// takes the highlighted tiles off the canvas.
 class PhotoPreview : public QWidget {
     Q_OBJECT
 public:
@@ -93,6 +94,14 @@ public:
     UiToolkit::ThumbnailListModel* model() const { return m_model; }
     UiToolkit::ThumbnailProxyModel* proxyModel() const { return m_proxy; }
 
+    // Photos whose thumbnail could not be made, with the reason; they are
+    // excluded from processing as soon as that is known.
+    struct Unreadable {
+        QString path;
+        QString reason;
+    };
+    QList<Unreadable> unreadableFiles() const;
+
     // The "Skipped: ..." line of the last batch; empty when nothing was skipped.
     QString noticeText() const;
 
@@ -121,6 +130,7 @@ private:
     static QStringList localPaths(const QMimeData* mime);
     void updateState();
     void updateCountLabel();
+    void excludeUnreadable(const QModelIndex& first, const QModelIndex& last);
 
     std::unique_ptr<Ui::PhotoPreview> m_ui;
     UiToolkit::ThumbnailListModel* m_model = nullptr;

@@ -109,9 +109,16 @@ bool ProcessingService::isValidProjectName(const QString& name, QString* error)
         if (c == QLatin1Char('/') || c == QLatin1Char('\\') || c.category() == QChar::Other_Control)
             return fail(tr("The project name must not contain slashes or control characters."));
     }
-    if (name.toUtf8().size() > 255)
-        return fail(tr("The project name is too long."));
+    // Well inside every file system's limit, and short enough to read in lists.
+    if (name.size() > MaxProjectNameLength)
+        return fail(tr("The project name is too long: at most %1 characters.").arg(MaxProjectNameLength));
     return true;
+}
+
+QString ProcessingService::projectExistsText(const QString& name)
+{
+    return tr("A project named \"%1\" already exists. Choose another name; existing projects are never overwritten.")
+        .arg(name);
 }
 
 bool ProcessingService::projectExists(const QString& name) const
@@ -132,9 +139,7 @@ bool ProcessingService::submitProject(const ProjectRequest& request, QString* pr
     if (!isValidProjectName(request.name, &why))
         return fail(why);
     if (projectExists(request.name))
-        return fail(tr("A project named \"%1\" already exists. Choose another name; existing projects are never "
-                       "overwritten.")
-                        .arg(request.name));
+        return fail(projectExistsText(request.name));
     if (request.photos.isEmpty())
         return fail(tr("The project has no photos."));
 
@@ -159,9 +164,7 @@ bool ProcessingService::submitProject(const ProjectRequest& request, QString* pr
     // mkdir fails when the folder appeared meanwhile: never write into it then.
     if (!QDir(root).mkdir(request.name))
         return fail(projectExists(request.name)
-                        ? tr("A project named \"%1\" already exists. Choose another name; existing projects are "
-                             "never overwritten.")
-                              .arg(request.name)
+                        ? projectExistsText(request.name)
                         : tr("The project folder cannot be created in \"%1\".").arg(QDir::toNativeSeparators(root)));
     const QString folder = QDir(root).filePath(request.name);
 

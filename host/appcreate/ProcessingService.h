@@ -60,7 +60,10 @@ public:
 
     // Whether name can be a project folder name at all (not empty, no path
     // separators, not "." or "..", at most 255 bytes).
+    static constexpr int MaxProjectNameLength = 64;
     static bool isValidProjectName(const QString& name, QString* error = nullptr);
+    // The one wording of "that name is taken", wherever it is found out.
+    static QString projectExistsText(const QString& name);
     bool projectExists(const QString& name) const;
 
     // Writes the project; answers false with a user-readable error when the

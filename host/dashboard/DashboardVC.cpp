@@ -2,6 +2,7 @@
 
 #include <appcreate/ProcessingService.h>
 #include <keelcore/Broadcaster.h>
+#include <services/EntitlementService.h>
 #include <uibase/BaseView.h>
 #include <uibase/CommandBase.h>
 #include <uibase/IApp.h>
@@ -177,7 +178,11 @@ void DashboardVC::rebuildTiles()
             auto* badge = new QLabel(tile);
             badge->setObjectName(QStringLiteral("paid_badge"));
             badge->setPixmap(UiBase::QtUiToolkit::Instance()->getPixmap(QStringLiteral("paid_badge.png"), QSize(20, 20)));
-            badge->setToolTip(tr("Uses cloud credits"));
+            // Credits are promised only to accounts that pay with them.
+            const bool credits = Services::EntitlementService::currentEntitlementType()
+                                 == Services::EntitlementService::CloudCreditsAccount;
+            badge->setToolTip(credits ? tr("A paid feature: its projects use cloud credits")
+                                      : tr("A paid feature: your account processes projects without cloud credits"));
             badge->move(6, 6);
         }
         m_tilesLayout->addWidget(tile, i / columns, i % columns);

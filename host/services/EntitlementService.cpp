@@ -32,6 +32,11 @@ EntitlementService* EntitlementService::GetInstance()
     return &instance;
 }
 
+int EntitlementService::currentEntitlementType()
+{
+    return configuredEntitlementType();
+}
+
 void EntitlementService::getEntitlementType(std::function<void(int type)> callback)
 {
     if (!callback)

@@ -23,6 +23,9 @@ public:
     // The configured entitlement type; SelfHostedProcessing when no account
     // is configured, CloudCreditsAccount when only available credits are.
     void getEntitlementType(std::function<void(int type)> callback);
+    // The same, answered at once on the calling thread, for texts that
+    // must be right when shown (the dashboard's paid mark, the terms).
+    static int currentEntitlementType();
 
     // Credits a project of photoCount photos costs, by the configured rate.
     void queryCloudCreditsForPhotoCount(int photoCount, std::function<void(int credits)> callback);

@@ -111,6 +111,11 @@ void BaseViewController::presentViewController(BaseViewController* controller, i
     emit presented(controller);
 }
 
+bool BaseViewController::viewShouldClose()
+{
+    return true;
+}
+
 void BaseViewController::dismissViewController()
 {
     if (m_presenter) {

@@ -42,6 +42,9 @@ public:
     virtual void viewDidAppear();
     virtual void viewWillDisappear();
     virtual void viewDidDisappear();
+    // Asked before the user closes the view (a panel's back or cross
+    // button); false keeps it open. The default lets it close.
+    virtual bool viewShouldClose();
 
     // Shows controller's view over this controller's view, coming in from
     // `direction` (ETransitionDirection), and takes ownership of it.

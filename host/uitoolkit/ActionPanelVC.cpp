@@ -162,12 +162,16 @@ void ActionPanelVC::viewDidDisappear()
 
 void ActionPanelVC::onBack()
 {
+    if (m_mainController && !m_mainController->viewShouldClose())
+        return;
     emit backClicked();
     close();
 }
 
 void ActionPanelVC::onCross()
 {
+    if (m_mainController && !m_mainController->viewShouldClose())
+        return;
     emit crossClicked();
     close();
 }

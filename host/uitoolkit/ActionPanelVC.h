@@ -16,7 +16,8 @@ namespace UiToolkit {
 // button, a title and an optional cross (close) button, above one main
 // view. When the main view belongs to a view controller, the panel owns
 // that controller and forwards the lifecycle calls to it. Back and cross
-// both dismiss the panel.
+// both dismiss the panel, unless the main controller's viewShouldClose()
+// answers false.
 class ActionPanelVC : public UiBase::BaseViewController {
     Q_OBJECT
 public:

@@ -159,6 +159,10 @@ QImage loadThumbnail(const QString& path, const QSize& maxSize)
     if (!maxSize.isValid() || maxSize.isEmpty())
         return loadImage(path);
     QImage thumb = embeddedThumbnail(path, maxSize);
+    // The embedded thumbnail sits before the photo's own image in the file:
+    // a file cut short after it is still no photo.
+    if (!thumb.isNull() && !QImageReader(path).size().isValid())
+        return {};
     if (thumb.isNull())
         thumb = scaledDecode(path, maxSize);
     return thumb;

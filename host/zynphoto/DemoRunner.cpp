@@ -18,6 +18,7 @@
 #include <QDialog>
 #include <QFileInfo>
 #include <QPainter>
+#include <QPointer>
 #include <QProcess>
 #include <QTimer>
 #include <QWidget>
@@ -116,13 +117,21 @@ QPixmap DemoRunner::grabWithWindows(const QList<QWidget*>& windows) const
 {
     // The window and the dialogs over it, composed as they are on screen,
     // so the picture is right on any platform plug-in.
-    QPixmap shot = m_window->grab();
-    QPainter painter(&shot);
+    // The picture grows to take in a dialog reaching past the window.
     const QPoint origin = m_window->mapToGlobal(QPoint(0, 0));
+    QRect area(QPoint(0, 0), m_window->size());
+    for (QWidget* w : windows) {
+        if (w && w->isVisible())
+            area |= QRect(w->mapToGlobal(QPoint(0, 0)) - origin, w->size());
+    }
+    QPixmap shot(area.size());
+    shot.fill(Qt::darkGray);
+    QPainter painter(&shot);
+    painter.drawPixmap(-area.topLeft(), m_window->grab());
     for (QWidget* w : windows) {
         if (!w || !w->isVisible())
             continue;
-        painter.drawPixmap(w->mapToGlobal(QPoint(0, 0)) - origin, w->grab());
+        painter.drawPixmap(w->mapToGlobal(QPoint(0, 0)) - origin - area.topLeft(), w->grab());
     }
     return shot;
 }
@@ -232,10 +241,37 @@ void DemoRunner::shootFlyout()
                 return;
             }
             save(grabWithWindows({canvas->getFlyout()}), QStringLiteral("03-settings-flyout-utm-zone.png"));
-            canvas->getFlyout()->reject();
-            walkSurveyPoints();
+            shootCatalogueSearch();
         });
     });
+}
+
+void DemoRunner::shootCatalogueSearch()
+{
+    auto* state = m_create ? qobject_cast<AppCreate::MainState*>(m_create->getState()) : nullptr;
+    QPointer<QDialog> flyout = state && state->getPhotoCanvas() ? state->getPhotoCanvas()->getFlyout() : nullptr;
+    auto* browse = flyout ? flyout->findChild<QAbstractButton*>(QStringLiteral("button_browse")) : nullptr;
+    if (!browse) {
+        finish(1, QStringLiteral("demo: the flyout has no coordinate-system browse button"));
+        return;
+    }
+    // The catalogue runs its own event loop: open it from the next turn.
+    QTimer::singleShot(0, browse, &QAbstractButton::click);
+    waitFor([] { return visibleModalDialog() && visibleModalDialog()->findChild<QLineEdit*>(QStringLiteral("txtbox_search")); },
+            10000, QStringLiteral("the coordinate-system catalogue did not open"), [this, flyout] {
+                QPointer<QDialog> catalogue = visibleModalDialog();
+                // Words in any order, as a surveyor would type them.
+                catalogue->findChild<QLineEdit*>(QStringLiteral("txtbox_search"))->setText(QStringLiteral("utm 32 wgs"));
+                QTimer::singleShot(2500, this, [this, flyout, catalogue] {
+                    if (catalogue) {
+                        save(grabWithWindows({catalogue}), QStringLiteral("03b-catalogue-search-utm-32-wgs.png"));
+                        catalogue->reject();
+                    }
+                    if (flyout)
+                        flyout->reject();
+                    walkSurveyPoints();
+                });
+            });
 }
 
 void DemoRunner::walkSurveyPoints()

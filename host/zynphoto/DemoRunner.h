@@ -49,6 +49,7 @@ private:
     void openCreateView();
     void addPhotos();
     void shootFlyout();
+    void shootCatalogueSearch();
     void walkSurveyPoints();
     void startProject();
     void finish(int code, const QString& message = QString());

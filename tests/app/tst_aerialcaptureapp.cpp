@@ -138,7 +138,9 @@ void TstAerialCaptureApp::cleanup()
 int TstAerialCaptureApp::warnings() const
 {
     return int(std::count_if(m_dialogs.begin(), m_dialogs.end(),
-                             [](const TaskDialog::Request& r) { return r.kind == TaskDialog::Warning; }));
+                             [](const TaskDialog::Request& r) {
+                                 return r.kind == TaskDialog::Warning && r.mainText.contains(QLatin1String("GPS"));
+                             }));
 }
 
 CreateViewController* TstAerialCaptureApp::openCreateView()

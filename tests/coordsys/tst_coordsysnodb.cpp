@@ -6,6 +6,7 @@
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>
 #include <keelcore/Dispatch.h>
@@ -21,7 +22,7 @@ class CoordSysNoDatabaseTest : public QObject {
 private:
     QTemporaryDir m_emptyData;
     QTemporaryDir m_configDir;
-    QList<TaskDialog::Request> m_requests;
+    Zyn::TestSupport::DialogRecorder m_requests;
 
 private slots:
     void initTestCase()
@@ -33,65 +34,48 @@ private slots:
         qputenv("PROJ_DATA", QDir::toNativeSeparators(m_emptyData.path()).toLocal8Bit());
         qputenv("PROJ_LIB", QDir::toNativeSeparators(m_emptyData.path()).toLocal8Bit());
         qputenv("ZYN_CONFIG_FILE", m_configDir.filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
-        TaskDialog::setHandler([this](const TaskDialog::Request& request) {
-            m_requests.append(request);
-            return int(TaskDialog::Ok);
-        });
     }
 
-    void cleanupTestCase() { TaskDialog::clearHandler(); }
+    void init() { m_requests.record(); }
+    void cleanup() { m_requests.stop(); }
 
-    void init() { m_requests.clear(); }
-
-    void inputCatalogueKeepsItsOwnRow()
+    // The GCP editor's input catalogue loads before it is first shown; the
+    // error waits for the user, and the built-in rows stay usable.
+    void errorWaitsUntilTheCatalogueIsShown_data()
     {
+        QTest::addColumn<bool>("input");
+        QTest::addColumn<bool>("loadFirst"); // else showing starts the load
+        QTest::newRow("target catalogue, loaded first") << false << true;
+        QTest::newRow("input catalogue, loaded first") << true << true;
+        QTest::newRow("input catalogue, shown at once") << true << false;
+    }
+    void errorWaitsUntilTheCatalogueIsShown()
+    {
+        QFETCH(bool, input);
+        QFETCH(bool, loadFirst);
         CoordSysDialog dialog;
-        dialog.setInput(true);
+        dialog.setInput(input);
         QSignalSpy finished(&dialog, &CoordSysDialog::loadFinished);
+        if (loadFirst) {
+            dialog.loadCoordSystems();
+            QVERIFY(finished.wait(60000));
+            QVERIFY(m_requests.isEmpty()); // nobody is looking yet
+        }
         dialog.show();
-        QVERIFY(finished.wait(60000));
-        QTableWidget* table = dialog.findChild<QTableWidget*>(QStringLiteral("table_coordsys"));
-        QVERIFY(table->isEnabled());
-        QVERIFY(dialog.findChild<QLineEdit*>(QStringLiteral("txtbox_search"))->isEnabled());
-        QCOMPARE(table->rowCount(), 1);
-        GcpCoordSysInfo ecef;
-        QVERIFY(dialog.getCoordSysFromId(QStringLiteral("ECEF"), ecef));
-        QCOMPARE(ecef, GcpCoordSysInfo::ecef());
-
         QTRY_COMPARE(m_requests.size(), 1);
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(m_requests.size(), 1);
+        QTableWidget* table = dialog.findChild<QTableWidget*>(QStringLiteral("table_coordsys"));
+        QCOMPARE(table->rowCount(), input ? 1 : 0);
+        QVERIFY(table->isEnabled());
         const TaskDialog::Request& request = m_requests.first();
         QCOMPARE(int(request.kind), int(TaskDialog::Error));
         QCOMPARE(request.mainText, QStringLiteral("The coordinate system catalogue could not be read."));
         QVERIFY2(request.secondaryText.contains(QLatin1String("database")), qPrintable(request.secondaryText));
         QCOMPARE(request.parent.data(), static_cast<QWidget*>(&dialog));
-        dialog.reject();
-    }
-
-    // The GCP editor's input catalogue loads before it is first shown.
-    void errorWaitsUntilTheCatalogueIsShown_data()
-    {
-        QTest::addColumn<bool>("input");
-        QTest::newRow("target catalogue") << false;
-        QTest::newRow("input catalogue, with its own row") << true;
-    }
-    void errorWaitsUntilTheCatalogueIsShown()
-    {
-        QFETCH(bool, input);
-        CoordSysDialog dialog;
-        dialog.setInput(input);
-        QSignalSpy finished(&dialog, &CoordSysDialog::loadFinished);
-        dialog.loadCoordSystems();
-        QVERIFY(finished.wait(60000));
-        QVERIFY(m_requests.isEmpty()); // nobody is looking yet
-        QTableWidget* table = dialog.findChild<QTableWidget*>(QStringLiteral("table_coordsys"));
-        QCOMPARE(table->rowCount(), input ? 1 : 0);
-        QVERIFY(table->isEnabled());
-
-        dialog.show();
-        QTRY_COMPARE(m_requests.size(), 1);
-        QVERIFY(KeelCore::waitForIdle());
-        QCOMPARE(m_requests.size(), 1);
-        QCOMPARE(table->rowCount(), input ? 1 : 0);
+        QVERIFY(dialog.findChild<QLineEdit*>(QStringLiteral("txtbox_search"))->isEnabled());
+        GcpCoordSysInfo ecef;
+        QCOMPARE(dialog.getCoordSysFromId(QStringLiteral("ECEF"), ecef), input);
         QVERIFY(!dialog.isLoading());
         // LL84 is built in: without a database it is still an input system,
         // and never a target.

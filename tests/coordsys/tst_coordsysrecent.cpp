@@ -1,10 +1,10 @@
 // Recently used coordinate systems: the stored lists, their limit and how
 // they float rows to the top of the catalogue.
 #include <QSettings>
-#include <QStandardPaths>
 #include <QTableWidget>
 #include <QTemporaryDir>
 #include <QtTest>
+#include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>
 #include <coordsys/TableWidgetItem.h>
@@ -78,11 +78,8 @@ private:
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        QCoreApplication::setOrganizationName(QStringLiteral("ZynTest"));
-        QCoreApplication::setApplicationName(QStringLiteral("coordsysrecent"));
         QVERIFY(m_configDir.isValid());
-        qputenv("ZYN_CONFIG_FILE", m_configDir.filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
+        TestSupport::isolateSettings(QStringLiteral("coordsysrecent"), m_configDir.path());
     }
 
     void init()
@@ -91,56 +88,47 @@ private slots:
         config()->remove(QString::fromLatin1(Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT));
     }
 
-    void fullListDropsOldest()
+    void savedListKeepsTheNewestWithinTheLimit_data()
     {
-        setLimit(3);
-        CoordSysDialog dialog;
-        addRow(dialog, QStringLiteral("A"), 1);
-        addRow(dialog, QStringLiteral("B"), 2);
-        addRow(dialog, QStringLiteral("C"), 3);
-        addRow(dialog, QStringLiteral("D"));
-        setRecent(false, {QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")});
-
-        dialog.saveRecentlyUsedCoordSys(QStringLiteral("D"), false);
-        QCOMPARE(recent(false), (QStringList{QStringLiteral("B"), QStringLiteral("C"), QStringLiteral("D")}));
-        QCOMPARE(rankOf(dialog, QStringLiteral("A")), 0);
-        QCOMPARE(rankOf(dialog, QStringLiteral("B")), 2); // only the dropped code loses its rank
-        QVERIFY(recent(true).isEmpty());                  // the other slot is untouched
+        QTest::addColumn<QVariant>("limit"); // invalid: the host default
+        QTest::addColumn<QStringList>("before");
+        QTest::addColumn<QString>("saved");
+        QTest::addColumn<QStringList>("after");
+        QTest::newRow("full list drops the oldest") << QVariant(3) << QStringList{"A", "B", "C"} << "D"
+                                                    << QStringList{"B", "C", "D"};
+        QTest::newRow("a listed code moves to the end") << QVariant(3) << QStringList{"A", "B", "C"} << "B"
+                                                        << QStringList{"A", "C", "B"};
+        QTest::newRow("codes compare case-sensitively") << QVariant(3) << QStringList{"A", "C", "B"} << "b"
+                                                        << QStringList{"C", "B", "b"};
+        QTest::newRow("a lower limit read at once") << QVariant(2) << QStringList{"A", "B", "C"} << "X"
+                                                    << QStringList{"C", "X"};
+        QTest::newRow("limit 0 keeps the newest") << QVariant(0) << QStringList{"A"} << "Y" << QStringList{"Y"};
+        QTest::newRow("negative limit keeps the newest") << QVariant(-5) << QStringList{"A"} << "Z"
+                                                         << QStringList{"Z"};
+        QStringList many;
+        for (int i = 0; i < Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT_DEFAULT_VALUE; ++i)
+            many << QStringLiteral("S%1").arg(i);
+        QTest::newRow("host default limit") << QVariant() << many << "N" << QStringList(many.mid(1) << "N");
     }
 
-    void savingAListedCodeMovesItToTheEnd()
+    void savedListKeepsTheNewestWithinTheLimit()
     {
-        setLimit(3);
+        QFETCH(QVariant, limit);
+        QFETCH(QStringList, before);
+        QFETCH(QString, saved);
+        QFETCH(QStringList, after);
+        if (limit.isValid())
+            setLimit(limit.toInt());
         CoordSysDialog dialog;
-        setRecent(true, {QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")});
-        dialog.saveRecentlyUsedCoordSys(QStringLiteral("B"), true);
-        QCOMPARE(recent(true), (QStringList{QStringLiteral("A"), QStringLiteral("C"), QStringLiteral("B")}));
-        // Codes compare case-sensitively: "b" is another system.
-        dialog.saveRecentlyUsedCoordSys(QStringLiteral("b"), true);
-        QCOMPARE(recent(true), (QStringList{QStringLiteral("C"), QStringLiteral("B"), QStringLiteral("b")}));
-    }
-
-    void limitIsReadOnEverySave()
-    {
-        CoordSysDialog dialog;
-        // The host default applies when nothing is configured.
-        const int defaultLimit = Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT_DEFAULT_VALUE;
-        for (int i = 0; i < defaultLimit + 3; ++i)
-            dialog.saveRecentlyUsedCoordSys(QStringLiteral("S%1").arg(i), false);
-        QCOMPARE(recent(false).size(), defaultLimit);
-        QCOMPARE(recent(false).last(), QStringLiteral("S%1").arg(defaultLimit + 2));
-
-        setLimit(2);
-        dialog.saveRecentlyUsedCoordSys(QStringLiteral("X"), false);
-        QCOMPARE(recent(false), (QStringList{QStringLiteral("S%1").arg(defaultLimit + 2), QStringLiteral("X")}));
-
-        // A nonsensical limit still leaves the newest choice remembered.
-        setLimit(0);
-        dialog.saveRecentlyUsedCoordSys(QStringLiteral("Y"), false);
-        QCOMPARE(recent(false), QStringList{QStringLiteral("Y")});
-        setLimit(-5);
-        dialog.saveRecentlyUsedCoordSys(QStringLiteral("Z"), false);
-        QCOMPARE(recent(false), QStringList{QStringLiteral("Z")});
+        for (int i = 0; i < before.size(); ++i)
+            addRow(dialog, before.at(i), i + 1);
+        setRecent(false, before);
+        dialog.saveRecentlyUsedCoordSys(saved, false);
+        QCOMPARE(recent(false), after);
+        QVERIFY(recent(true).isEmpty()); // the other slot is untouched
+        // Only a code dropped from the list loses its rank.
+        for (int i = 0; i < before.size(); ++i)
+            QCOMPARE(rankOf(dialog, before.at(i)), after.contains(before.at(i)) ? i + 1 : 0);
     }
 
     void recentRowsFloatToTheTop()
@@ -181,26 +169,6 @@ private slots:
         setRecent(false, {QStringLiteral("EPSG:2000")});
         dialog.moveRecentToTop();
         QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:2000")), 0);
-    }
-
-    void okRecordsTheChoice()
-    {
-        setLimit(3);
-        CoordSysDialog dialog;
-        dialog.setInput(false);
-        addRow(dialog, QStringLiteral("EPSG:1000"));
-        addRow(dialog, QStringLiteral("EPSG:2000"));
-        table(dialog)->selectRow(1);
-        QCOMPARE(dialog.getSelectedCode(), QStringLiteral("EPSG:2000"));
-        QVERIFY(dialog.getIsUserSelected());
-        QVERIFY(dialog.ui->button_ok->isEnabled());
-        dialog.onButtonOKClicked();
-        QCOMPARE(dialog.result(), int(QDialog::Accepted));
-        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false).code, QStringLiteral("EPSG:2000"));
-        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(true).code, QStringLiteral("LL84"));
-        QCOMPARE(recent(false), QStringList{QStringLiteral("EPSG:2000")});
-        // The chosen record stays readable after the dialog closed.
-        QCOMPARE(dialog.getSelectedData().description, QStringLiteral("System EPSG:2000"));
     }
 };
 

@@ -1,7 +1,7 @@
 // The coordinate-system record, its stored form and the catalogue's row order.
 #include <QSettings>
-#include <QStandardPaths>
 #include <QtTest>
+#include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>
 #include <coordsys/CoordSysSelector.h>
@@ -32,9 +32,7 @@ private:
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
-        QCoreApplication::setOrganizationName(QStringLiteral("ZynTest"));
-        QCoreApplication::setApplicationName(QStringLiteral("coordsysrecord"));
+        Zyn::TestSupport::isolateSettings(QStringLiteral("coordsysrecord"));
     }
 
     void init() { QSettings().clear(); }
@@ -44,13 +42,6 @@ private slots:
         QCOMPARE(GcpCoordSysInfo::ll84().toText(),
                  QStringLiteral("LL84##Latitude-Longitude-Altitude##4326##1001##WGS84##2"));
         QCOMPARE(GcpCoordSysInfo::ecef().toText(), QStringLiteral("ECEF##Earth-Centered Earth-Fixed####1####0"));
-        const GcpCoordSysInfo ecef = GcpCoordSysInfo::ecef();
-        QVERIFY(ecef.epsg.isEmpty());
-        QVERIFY(ecef.datum.isEmpty());
-        QCOMPARE(ecef.unit, 1);
-        QCOMPARE(ecef.systemType, 0);
-        QVERIFY(GcpCoordSysInfo::ll84().isValid());
-        QVERIFY(!GcpCoordSysInfo().isValid());
         // Only the code decides validity.
         QVERIFY(GcpCoordSysInfo(QStringLiteral("X"), {}, {}, 0, {}, 0).isValid());
         QVERIFY(!GcpCoordSysInfo({}, QStringLiteral("described"), QStringLiteral("1"), 1, {}, 0).isValid());
@@ -102,65 +93,63 @@ private slots:
                  QStringLiteral("EPSG:32633##WGS 84 / UTM zone 33N##32633##1##WGS84##0"));
     }
 
-    void descriptionWithSeparatorLoadsAsLL84()
+    void storedValuesThatLoadAsLL84_data()
     {
-        const GcpCoordSysInfo odd(QStringLiteral("X:1"), QStringLiteral("North ## South"), QString(), 1, QString(), 0);
-        CoordSysDialog::saveGcpCoordSysInfo(odd, true);
-        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(true), GcpCoordSysInfo::ll84());
+        QTest::addColumn<bool>("input");
+        QTest::addColumn<QVariant>("stored");
+        QTest::newRow("description holding the separator")
+            << true << QVariant(QStringLiteral("X:1##North ## South####1####0"));
+        QTest::newRow("a list") << true << QVariant(QStringList{QStringLiteral("a"), QStringLiteral("b")});
+        QTest::newRow("a number") << false << QVariant(42);
     }
 
-    void foreignStoredValuesLoadAsLL84()
+    void storedValuesThatLoadAsLL84()
     {
-        writeRaw(inKey(), QStringList{QStringLiteral("a"), QStringLiteral("b")});
-        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(true), GcpCoordSysInfo::ll84());
-        writeRaw(outKey(), 42);
-        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false), GcpCoordSysInfo::ll84());
+        QFETCH(bool, input);
+        QFETCH(QVariant, stored);
+        writeRaw(input ? inKey() : outKey(), stored);
+        QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(input), GcpCoordSysInfo::ll84());
+    }
+
+    void itemOrdering_data()
+    {
+        // code, built-in, recent rank, built-in order; for both items.
+        QTest::addColumn<QString>("a");
+        QTest::addColumn<QString>("b");
+        QTest::newRow("newest recent first") << "AAA,0,2,1" << "ZZZ,0,1,1";
+        QTest::newRow("recent before built-in") << "ZZZ,0,1,1" << "LL84,1,0,1";
+        QTest::newRow("built-in before the rest") << "LL84,1,0,1" << "EPSG:2000,0,0,1";
+        QTest::newRow("built-ins by order, not text") << "LL84,1,0,1" << "ECEF,1,0,2";
+        QTest::newRow("the rest by text") << "EPSG:2000,0,0,1" << "EPSG:3000,0,0,1";
+        QTest::newRow("letter case ignored") << "abc,0,0,1" << "EPSG:3000,0,0,1";
+        QTest::newRow("numbers by value") << "EPSG:3000,0,0,1" << "EPSG:20001,0,0,1";
+        QTest::newRow("empty cells last") << "EPSG:20001,0,0,1" << ",0,0,1";
     }
 
     void itemOrdering()
     {
-        const TableWidgetItem recentOld(QStringLiteral("ZZZ"), false, 1, 1);
-        const TableWidgetItem recentNew(QStringLiteral("AAA"), false, 2, 1);
-        const TableWidgetItem builtIn(QStringLiteral("LL84"), true, 0, 1);
-        const TableWidgetItem builtInLater(QStringLiteral("ECEF"), true, 0, 2);
-        const TableWidgetItem plainA(QStringLiteral("EPSG:2000"), false, 0, 1);
-        const TableWidgetItem plainB(QStringLiteral("EPSG:3000"), false, 0, 1);
-        const TableWidgetItem lowerCase(QStringLiteral("abc"), false, 0, 1);
-        const TableWidgetItem longNumber(QStringLiteral("EPSG:20001"), false, 0, 1);
-        const TableWidgetItem empty(QString(), false, 0, 1);
-
-        // The newest recent system is first, all recent ones before built-ins.
-        QVERIFY(recentNew < recentOld);
-        QVERIFY(!(recentOld < recentNew));
-        QVERIFY(recentOld < builtIn);
-        QVERIFY(!(builtIn < recentOld));
-        // Built-ins before the rest, among themselves by order, not text.
-        QVERIFY(builtIn < plainA);
-        QVERIFY(!(plainA < builtIn));
-        QVERIFY(builtIn < builtInLater);
-        QVERIFY(!(builtInLater < builtIn));
-        // The rest by text, numbers by value, empty cells last.
-        QVERIFY(plainA < plainB);
-        QVERIFY(!(plainB < plainA));
-        QVERIFY(lowerCase < plainB);
-        QVERIFY(plainB < longNumber);
-        QVERIFY(!(longNumber < plainB));
-        QVERIFY(longNumber < empty);
-        QVERIFY(!(empty < longNumber));
-        QVERIFY(!(plainA < plainA));
-
-        // Against a plain item: built-in first, otherwise by text.
-        const QTableWidgetItem plainItem(QStringLiteral("AAAA"));
-        QVERIFY(builtIn < plainItem);
-        QVERIFY(!(plainA < plainItem));
-        QVERIFY(TableWidgetItem(QStringLiteral("A"), false, 0, 0) < plainItem);
-
+        QFETCH(QString, a);
+        QFETCH(QString, b);
+        const auto item = [](const QString& spec) {
+            const QStringList f = spec.split(',');
+            return TableWidgetItem(f.at(0), f.at(1) == "1", f.at(2).toInt(), f.at(3).toInt());
+        };
+        QVERIFY(item(a) < item(b));
+        QVERIFY(!(item(b) < item(a)));
+        QVERIFY(!(item(a) < item(a)));
         // Flags travel with copies; the tool tip is the text.
-        QScopedPointer<QTableWidgetItem> copy(recentNew.clone());
-        auto* typed = dynamic_cast<TableWidgetItem*>(copy.data());
-        QVERIFY(typed);
-        QCOMPARE(typed->recentRank(), 2);
-        QCOMPARE(typed->toolTip(), QStringLiteral("AAA"));
+        QScopedPointer<QTableWidgetItem> copy(item(a).clone());
+        QCOMPARE(dynamic_cast<TableWidgetItem*>(copy.data())->recentRank(), item(a).recentRank());
+        QCOMPARE(copy->toolTip(), item(a).text());
+    }
+
+    void againstAPlainItem()
+    {
+        // Built-in first, otherwise by text.
+        const QTableWidgetItem plain(QStringLiteral("AAAA"));
+        QVERIFY(TableWidgetItem(QStringLiteral("LL84"), true, 0, 1) < plain);
+        QVERIFY(!(TableWidgetItem(QStringLiteral("EPSG:2000")) < plain));
+        QVERIFY(TableWidgetItem(QStringLiteral("A")) < plain);
     }
 
     void dialogPlacement_data()

@@ -17,10 +17,8 @@
 #include <uitoolkit/LocalImageFileItem.h>
 #include <uitoolkit/ThumbnailProxyModel.h>
 
-#include <QDir>
 #include <QPointer>
 #include <QSettings>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -60,8 +58,8 @@ private slots:
     void warnsOncePerBatchWithoutGps_data();
     void warnsOncePerBatchWithoutGps();
     void noWarningAfterViewDisappearsOrIsHidden();
-    void defaultCoordSysFromLastSelectedPhoto();
-    void defaultCoordSysUntouchedWithoutUsablePhoto();
+    void defaultCoordSysFromLastIncludedPhoto_data();
+    void defaultCoordSysFromLastIncludedPhoto();
 
 private:
     QStringList makePhotos(const QString& name, const QStringList& args);
@@ -74,7 +72,7 @@ private:
     QTemporaryDir m_dir;
     QHash<QString, QStringList> m_sets;
     QPointer<AerialCreateViewController> m_controller;
-    QList<TaskDialog::Request> m_dialogs;
+    Zyn::TestSupport::DialogRecorder m_dialogs;
 };
 
 QStringList TstAerialCreateViewController::makePhotos(const QString& name, const QStringList& args)
@@ -84,9 +82,7 @@ QStringList TstAerialCreateViewController::makePhotos(const QString& name, const
 
 void TstAerialCreateViewController::initTestCase()
 {
-    QStandardPaths::setTestModeEnabled(true);
-    QCoreApplication::setOrganizationName(QStringLiteral("ZynPhotoTests"));
-    QCoreApplication::setApplicationName(QStringLiteral("tst_aerialcreateviewcontroller"));
+    Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialcreateviewcontroller"));
     QVERIFY(m_dir.isValid());
     qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
     const QStringList north{QStringLiteral("--lat"), QStringLiteral("47.0"), QStringLiteral("--lon"), QStringLiteral("15.0")};
@@ -106,11 +102,7 @@ void TstAerialCreateViewController::initTestCase()
 void TstAerialCreateViewController::init()
 {
     QSettings().clear();
-    m_dialogs.clear();
-    TaskDialog::setHandler([this](const TaskDialog::Request& r) {
-        m_dialogs << r;
-        return int(TaskDialog::IconButtonResult);
-    });
+    m_dialogs.record(TaskDialog::IconButtonResult);
     makeController();
 }
 
@@ -118,7 +110,7 @@ void TstAerialCreateViewController::cleanup()
 {
     delete m_controller.data();
     QVERIFY(KeelCore::waitForIdle());
-    TaskDialog::clearHandler();
+    m_dialogs.stop();
 }
 
 void TstAerialCreateViewController::makeController()
@@ -224,50 +216,45 @@ void TstAerialCreateViewController::noWarningAfterViewDisappearsOrIsHidden()
     QCOMPARE(warnings(), 1);
 }
 
-void TstAerialCreateViewController::defaultCoordSysFromLastSelectedPhoto()
+void TstAerialCreateViewController::defaultCoordSysFromLastIncludedPhoto_data()
 {
+    QTest::addColumn<QStringList>("sets"); // added in turn, the zone asked for after each
+    QTest::addColumn<QString>("excluded");
+    QTest::addColumn<QString>("zone"); // empty: none proposed
+    QTest::newRow("no photos") << QStringList() << "" << "";
+    QTest::newRow("north") << QStringList{"gps"} << "" << "EPSG:32633";
+    QTest::newRow("south added last") << QStringList{"gps", "south"} << "" << "EPSG:32719";
+    QTest::newRow("excluded photos do not count") << QStringList{"gps", "south"} << "south" << "EPSG:32633";
+    QTest::newRow("last without GPS keeps the earlier") << QStringList{"gps", "lastNone"} << "" << "EPSG:32633";
+}
+
+void TstAerialCreateViewController::defaultCoordSysFromLastIncludedPhoto()
+{
+    QFETCH(QStringList, sets);
+    QFETCH(QString, excluded);
+    QFETCH(QString, zone);
     QTRY_VERIFY_WITH_TIMEOUT(!selector()->dialog()->isLoading(), 60000);
-    canvas()->addFiles(photos(QStringLiteral("gps")));
-    m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-
-    canvas()->addFiles(photos(QStringLiteral("south")));
-    m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32719"));
-
-    // Excluded photos do not count: the last selected one is in zone 33 again.
-    for (const QString& p : photos(QStringLiteral("south")))
+    for (const QString& set : sets) {
+        canvas()->addFiles(photos(set));
+        m_controller->getCoordSysFromLastImage();
+    }
+    for (const QString& p : photos(excluded))
         canvas()->setFileSelected(p, false);
+    // Nothing is said when the last photo has no GPS.
+    QVERIFY(KeelCore::waitForIdle());
+    m_dialogs.clear();
     m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-
+    QVERIFY(m_dialogs.isEmpty());
+    QCOMPARE(selector()->defaultGpsCoordSys().code, zone);
+    if (zone.isEmpty())
+        return;
     // Until the user chooses, the flyout proposes it.
     bool m, pc, om;
     float px;
     QString cs;
     canvas()->getFlyout()->show();
     qobject_cast<AerialSettingsFlyout*>(canvas()->getFlyout())->GetSettings(m, pc, om, px, cs);
-    QCOMPARE(cs, QStringLiteral("EPSG:32633"));
-}
-
-void TstAerialCreateViewController::defaultCoordSysUntouchedWithoutUsablePhoto()
-{
-    QTRY_VERIFY_WITH_TIMEOUT(!selector()->dialog()->isLoading(), 60000);
-    m_controller->getCoordSysFromLastImage();
-    QVERIFY(selector()->defaultGpsCoordSys().code.isEmpty());
-
-    canvas()->addFiles(photos(QStringLiteral("gps")));
-    m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-
-    // The last photo has no GPS: the earlier default stays, and nothing is said.
-    canvas()->addFiles(photos(QStringLiteral("south")));
-    canvas()->addFiles(photos(QStringLiteral("lastNone")));
-    QVERIFY(KeelCore::waitForIdle());
-    m_dialogs.clear();
-    m_controller->getCoordSysFromLastImage();
-    QCOMPARE(selector()->defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-    QVERIFY(m_dialogs.isEmpty());
+    QCOMPARE(cs, zone);
 }
 
 QTEST_MAIN(TstAerialCreateViewController)

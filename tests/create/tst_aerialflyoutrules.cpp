@@ -1,5 +1,5 @@
-// The flyout's two rules that need no window: which project names pass,
-// and which credit figure is shown in which colour.
+// The flyout's credit rule, which needs no window: which credit figure is
+// shown in which colour.
 
 #include <create/AerialSettingsFlyout.h>
 
@@ -11,36 +11,9 @@ class TstAerialFlyoutRules : public QObject {
     Q_OBJECT
 
 private slots:
-    void validatorAllowsOnlyNameCharacters_data();
-    void validatorAllowsOnlyNameCharacters();
     void creditTextRule_data();
     void creditTextRule();
 };
-
-void TstAerialFlyoutRules::validatorAllowsOnlyNameCharacters_data()
-{
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<bool>("valid");
-    QTest::newRow("empty") << QString() << true;
-    QTest::newRow("letters digits") << QStringLiteral("Survey2024abcXYZ") << true;
-    QTest::newRow("only dash and underscore") << QStringLiteral("-_") << true;
-    QTest::newRow("space") << QStringLiteral("my survey") << false;
-    QTest::newRow("dot") << QStringLiteral("site.a") << false;
-    QTest::newRow("slash") << QStringLiteral("a/b") << false;
-    QTest::newRow("latin-1 letter") << QStringLiteral("Ubersicht\u00fc") << false;
-    QTest::newRow("beyond latin-1") << QStringLiteral("site\u4e00") << false;
-    QTest::newRow("last character bad") << QStringLiteral("abcdef!") << false;
-}
-
-void TstAerialFlyoutRules::validatorAllowsOnlyNameCharacters()
-{
-    QFETCH(QString, text);
-    QFETCH(bool, valid);
-    // Without a field to restyle: the answer alone.
-    AerialSettingsFlyout::SceneNameValidator validator(nullptr);
-    int pos = 0;
-    QCOMPARE(validator.validate(text, pos), valid ? QValidator::Acceptable : QValidator::Invalid);
-}
 
 void TstAerialFlyoutRules::creditTextRule_data()
 {

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QPointer>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTimer>
 
 namespace Zyn {
@@ -63,6 +64,30 @@ void whenModalShown(const std::function<QWidget*(QWidget*)>& match, const std::f
         }
     });
     timer->start();
+}
+
+void isolateSettings(const QString& name, const QString& configDir)
+{
+    QStandardPaths::setTestModeEnabled(true);
+    QCoreApplication::setOrganizationName(QStringLiteral("ZynPhotoTests"));
+    QCoreApplication::setApplicationName(name);
+    if (!configDir.isEmpty())
+        qputenv("ZYN_CONFIG_FILE", QDir(configDir).filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
+}
+
+void DialogRecorder::record(int answerWith)
+{
+    clear();
+    answer = answerWith;
+    UiBase::TaskDialog::setHandler([this](const UiBase::TaskDialog::Request& request) {
+        append(request);
+        return answer;
+    });
+}
+
+void DialogRecorder::stop()
+{
+    UiBase::TaskDialog::clearHandler();
 }
 
 } // namespace TestSupport

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <uibase/TaskDialog.h>
+
 #include <QByteArray>
+#include <QList>
 #include <QString>
 #include <QStringList>
 #include <QWidget>
@@ -25,6 +28,21 @@ QStringList makeDronePhotos(const QString& outDir, const QStringList& extraArgs)
 // GUI-thread timer, so a test can call this right before the code that
 // opens the dialog with exec().
 void whenModalShown(const std::function<QWidget*(QWidget*)>& match, const std::function<void(QWidget*)>& action);
+
+// Gives the test settings of its own: QStandardPaths' test mode and the
+// application name `name`; with configDir, also its own host configuration
+// file there. Call from initTestCase.
+void isolateSettings(const QString& name, const QString& configDir = QString());
+
+// Answers every host task dialog with `answer` from record() until stop(),
+// keeping the requests in this list so a test can check what was asked.
+class DialogRecorder : public QList<UiBase::TaskDialog::Request> {
+public:
+    // Forgets earlier requests and starts answering.
+    void record(int answerWith = UiBase::TaskDialog::Ok);
+    void stop();
+    int answer = UiBase::TaskDialog::Ok;
+};
 
 template <class T>
 void whenModalShown(const std::function<void(T*)>& action)

@@ -23,6 +23,8 @@
 #include <QTimer>
 #include <QtTest>
 
+#include <support/TestSupport.h>
+
 using namespace Zyn::AppCreate;
 using Zyn::UiBase::TaskDialog;
 namespace U = Zyn::Utilities;
@@ -35,10 +37,10 @@ private slots:
     void cleanup();
 
     void termsAcceptedOnceAndRemembered();
-    void realTermsDialogNeedsTheCheckBox();
-    void realTermsDialogDeclined();
-    void selfHostedAccountMayAlwaysProcess();
-    void creditAccountNeedsOnePoolThatCoversTheProject();
+    void realTermsDialog_data();
+    void realTermsDialog();
+    void entitlementDecidesWhetherToProcess_data();
+    void entitlementDecidesWhetherToProcess();
     void takenOrInvalidNameIsRefusedAtOnce();
 
 private:
@@ -53,14 +55,13 @@ private:
 
     QTemporaryDir m_dir;
     QStringList m_photos;
-    QList<TaskDialog::Request> m_dialogs;
+    Zyn::TestSupport::DialogRecorder m_dialogs;
 };
 
 void TestCreateModelFlyout::initTestCase()
 {
-    QStandardPaths::setTestModeEnabled(true);
     QVERIFY(m_dir.isValid());
-    qputenv("ZYN_CONFIG_FILE", m_dir.filePath(QStringLiteral("zynphoto.ini")).toUtf8());
+    Zyn::TestSupport::isolateSettings(QStringLiteral("tst_createmodelflyout"), m_dir.path());
     qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
     for (int i = 0; i < 30; ++i) {
         const QString path = m_dir.filePath(QStringLiteral("photos/P%1.jpg").arg(i));
@@ -73,18 +74,14 @@ void TestCreateModelFlyout::initTestCase()
 void TestCreateModelFlyout::init()
 {
     QSettings().clear();
-    m_dialogs.clear();
-    TaskDialog::setHandler([this](const TaskDialog::Request& r) {
-        m_dialogs << r;
-        return int(TaskDialog::Ok);
-    });
+    m_dialogs.record();
     configure({}, {}, {});
 }
 
 void TestCreateModelFlyout::cleanup()
 {
     QVERIFY(KeelCore::waitForIdle());
-    TaskDialog::clearHandler();
+    m_dialogs.stop();
     CreateModelFlyout::clearTermsHandler();
 }
 
@@ -120,20 +117,15 @@ void TestCreateModelFlyout::termsAcceptedOnceAndRemembered()
     TestFlyout flyout(state, nullptr);
     QVERIFY(!flyout.HasUserAcceptedTermsAndConditions());
 
+    // Declining, and the real dialog, are realTermsDialog's rows.
     QStringList shown;
-    bool answer = false;
-    CreateModelFlyout::setTermsHandler([&shown, &answer](const QString& text) {
+    CreateModelFlyout::setTermsHandler([&shown](const QString& text) {
         shown << text;
-        return answer;
+        return true;
     });
-    QVERIFY(!flyout.AskUserToAcceptTermsAndConditions());
-    QVERIFY(!flyout.HasUserAcceptedTermsAndConditions());
+    QVERIFY(flyout.AskUserToAcceptTermsAndConditions());
     QCOMPARE(shown.size(), 1);
     QVERIFY(shown.at(0).contains(QStringLiteral("Terms and conditions")));
-
-    answer = true;
-    QVERIFY(flyout.AskUserToAcceptTermsAndConditions());
-    QVERIFY(flyout.HasUserAcceptedTermsAndConditions());
 
     // Remembered in the settings, for every later flyout.
     TestFlyout later(state, nullptr);
@@ -149,85 +141,78 @@ void TestCreateModelFlyout::termsAcceptedOnceAndRemembered()
     QVERIFY(!later.HasUserAcceptedTermsAndConditions());
 }
 
-void TestCreateModelFlyout::realTermsDialogNeedsTheCheckBox()
+void TestCreateModelFlyout::realTermsDialog_data()
 {
+    QTest::addColumn<QVariant>("account");
+    QTest::addColumn<bool>("accept");
+    QTest::newRow("credit account accepts") << QVariant(0) << true;
+    QTest::newRow("self-hosted account declines") << QVariant(1) << false;
+}
+
+void TestCreateModelFlyout::realTermsDialog()
+{
+    QFETCH(QVariant, account);
+    QFETCH(bool, accept);
+    configure(account, {}, {});
     MainState state;
     TestFlyout flyout(state, nullptr);
     bool acceptWasDisabled = false;
-    bool textShown = false;
+    bool creditsPromised = false;
     QTimer::singleShot(0, this, [&] {
         auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
         QVERIFY(dialog);
-        QCOMPARE(dialog->objectName(), QStringLiteral("terms_dialog"));
-        auto* accept = dialog->findChild<QPushButton*>(QStringLiteral("terms_accept_button"));
+        auto* button = dialog->findChild<QPushButton*>(accept ? "terms_accept_button" : "terms_decline_button");
         auto* check = dialog->findChild<QCheckBox*>(QStringLiteral("terms_checkBox"));
         auto* text = dialog->findChild<QTextBrowser*>(QStringLiteral("terms_textBrowser"));
-        QVERIFY(accept && check && text);
-        textShown = text->toPlainText().contains(QStringLiteral("cloud credits"));
-        acceptWasDisabled = !accept->isEnabled();
+        QVERIFY(button && check && text);
+        creditsPromised = text->toPlainText().contains(QStringLiteral("cloud credits"));
+        acceptWasDisabled = !dialog->findChild<QPushButton*>("terms_accept_button")->isEnabled();
         QTest::mouseClick(check, Qt::LeftButton, {}, QPoint(5, check->height() / 2));
-        QVERIFY(accept->isEnabled());
-        QTest::mouseClick(accept, Qt::LeftButton);
+        QTest::mouseClick(button, Qt::LeftButton);
     });
-    QVERIFY(flyout.AskUserToAcceptTermsAndConditions());
+    QCOMPARE(flyout.AskUserToAcceptTermsAndConditions(), accept);
     QVERIFY(acceptWasDisabled);
-    QVERIFY(textShown);
-    QVERIFY(flyout.HasUserAcceptedTermsAndConditions());
+    // Credits are promised only to an account that pays with them.
+    QCOMPARE(creditsPromised, account.toInt() == 0);
+    QCOMPARE(flyout.HasUserAcceptedTermsAndConditions(), accept);
 }
 
-void TestCreateModelFlyout::realTermsDialogDeclined()
+void TestCreateModelFlyout::entitlementDecidesWhetherToProcess_data()
 {
-    MainState state;
-    TestFlyout flyout(state, nullptr);
-    QTimer::singleShot(0, this, [] {
-        auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-        QVERIFY(dialog);
-        auto* decline = dialog->findChild<QPushButton*>(QStringLiteral("terms_decline_button"));
-        QVERIFY(decline);
-        QTest::mouseClick(decline, Qt::LeftButton);
-    });
-    QVERIFY(!flyout.AskUserToAcceptTermsAndConditions());
-    QVERIFY(!flyout.HasUserAcceptedTermsAndConditions());
+    QTest::addColumn<QVariant>("type");
+    QTest::addColumn<QString>("pools");
+    QTest::addColumn<int>("per100");
+    QTest::addColumn<QString>("refusal"); // secondary text; empty: may process
+    QTest::newRow("self-hosted, no account configured") << QVariant() << QString() << 10 << QString();
+    // 30 photos at 10 per 100: 3 credits; the pool of 20 covers it.
+    QTest::newRow("one pool covers") << QVariant(0) << "2,20" << 10 << QString();
+    // 30 photos at 100 per 100: 30 credits; pools of 20 and 15 do not add up.
+    QTest::newRow("pools do not add up") << QVariant(0) << "20,15" << 100
+                                         << "This project needs 30 cloud credits; 20 are available.";
 }
 
-void TestCreateModelFlyout::selfHostedAccountMayAlwaysProcess()
+void TestCreateModelFlyout::entitlementDecidesWhetherToProcess()
 {
-    MainState state;
-    TestFlyout flyout(state, nullptr);
-    flyout.setModelName(QStringLiteral("SelfHosted"));
-    Answer answer;
-    askEntitlement(flyout, answer);
-    QVERIFY(answer.ok);
-    QVERIFY(answer.onGuiThread);
-    QVERIFY(m_dialogs.isEmpty());
-}
-
-void TestCreateModelFlyout::creditAccountNeedsOnePoolThatCoversTheProject()
-{
+    QFETCH(QVariant, type);
+    QFETCH(QString, pools);
+    QFETCH(int, per100);
+    QFETCH(QString, refusal);
     MainState state;
     PhotoPreview canvas;
     state.setPhotoCanvas(&canvas);
     QCOMPARE(canvas.addFiles(m_photos).size(), 30);
     TestFlyout flyout(state, nullptr);
     flyout.setModelName(QStringLiteral("Credits"));
-
-    // 30 photos at 10 per 100: 3 credits; the pool of 20 covers it.
-    configure(0, QStringLiteral("2,20"), 10);
-    Answer covered;
-    askEntitlement(flyout, covered);
-    QVERIFY(covered.ok);
-    QVERIFY(covered.onGuiThread);
-    QVERIFY(m_dialogs.isEmpty());
-
-    // 30 photos at 100 per 100: 30 credits; pools of 20 and 15 do not add up.
-    configure(0, QStringLiteral("20,15"), 100);
-    Answer short_;
-    askEntitlement(flyout, short_);
-    QVERIFY(!short_.ok);
-    QCOMPARE(m_dialogs.size(), 1);
-    QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("Not enough cloud credits."));
-    QVERIFY(m_dialogs.at(0).secondaryText.contains(QStringLiteral("30")));
-    QVERIFY(m_dialogs.at(0).secondaryText.contains(QStringLiteral("20")));
+    configure(type, pools.isEmpty() ? QVariant() : pools, per100);
+    Answer answer;
+    askEntitlement(flyout, answer);
+    QCOMPARE(answer.ok, refusal.isEmpty());
+    QVERIFY(answer.onGuiThread);
+    QCOMPARE(m_dialogs.size(), refusal.isEmpty() ? 0 : 1);
+    if (!refusal.isEmpty()) {
+        QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("Not enough cloud credits."));
+        QCOMPARE(m_dialogs.at(0).secondaryText, refusal);
+    }
 }
 
 void TestCreateModelFlyout::takenOrInvalidNameIsRefusedAtOnce()
@@ -246,7 +231,8 @@ void TestCreateModelFlyout::takenOrInvalidNameIsRefusedAtOnce()
     QCOMPARE(calls, 1);
     QVERIFY(!ok);
     QCOMPARE(m_dialogs.size(), 1);
-    QVERIFY(m_dialogs.at(0).secondaryText.contains(QStringLiteral("already exists")));
+    QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("The project cannot be created."));
+    QCOMPARE(m_dialogs.at(0).secondaryText, ProcessingService::projectExistsText(QStringLiteral("Existing")));
 
     flyout.setModelName(QStringLiteral(".hidden"));
     flyout.validateEntitlement([&](bool answer) {

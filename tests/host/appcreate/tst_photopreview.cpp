@@ -1,6 +1,7 @@
 #include "TestPhotos.h"
 
 #include <appcreate/PhotoPreview.h>
+#include <appcreate/PhotoTileDelegate.h>
 #include <keelcore/Dispatch.h>
 #include <uibase/FileDialog.h>
 #include <uitoolkit/LocalImageFileItem.h>
@@ -24,6 +25,7 @@
 #include <QtTest>
 
 using Zyn::AppCreate::PhotoPreview;
+using Zyn::AppCreate::PhotoTileDelegate;
 using Zyn::UiBase::FileDialog;
 using Zyn::UiToolkit::IThumbnailItem;
 using Zyn::UiToolkit::LocalImageFileItem;
@@ -117,6 +119,21 @@ private slots:
             QVERIFY(TestPhotos::writePhoto(at(QString("loose/single%1.jpg").arg(i)), QSize(800, 600), 10 + i, i % 2));
         QVERIFY(TestPhotos::writeCorrupt(at("loose/broken.jpg")));
         QVERIFY(QFile::copy(at("flight/notes.txt"), at("loose/readme.txt")));
+        QVERIFY(QDir(m_dir.path()).mkpath("bad"));
+        QVERIFY(QFile::copy(at("flight/notes.txt"), at("bad/notes.jpg")));
+        QVERIFY(QFile::copy(at("loose/broken.jpg"), at("bad/broken.jpg")));
+        QFile empty(at("bad/empty.jpg"));
+        QVERIFY(empty.open(QIODevice::WriteOnly));
+        empty.close();
+        // A photo with its EXIF thumbnail, cut where its own image data begins.
+        QVERIFY(TestPhotos::writePhoto(at("bad/cut.jpg"), QSize(640, 480), 20, true));
+        QFile cut(at("bad/cut.jpg"));
+        QVERIFY(cut.open(QIODevice::ReadWrite));
+        const QByteArray bytes = cut.readAll();
+        // The last start of scan is the photo's; the thumbnail's comes earlier.
+        const int scan = bytes.lastIndexOf("\xFF\xDA");
+        QVERIFY(scan > bytes.indexOf("\xFF\xDA"));
+        QVERIFY(cut.resize(scan));
     }
 
     void init()
@@ -189,7 +206,7 @@ private slots:
         QVERIFY(canvas.noticeText().isEmpty());
         QCOMPARE(canvas.fileCount(), 6);
         QCOMPARE(canvas.selectedFileCount(), 6);
-        QCOMPARE(countText(canvas), QString("6 photos, 6 selected"));
+        QCOMPARE(countText(canvas), QString("6 photos, 6 included"));
         // Display order is by name, numbers by value.
         QCOMPARE(canvas.getFiles(),
                  QStringList({at("flight/IMG_1.jpg"), at("flight/IMG_2.JPG"), at("flight/sub/deeper/IMG_3.jpg"),
@@ -267,32 +284,45 @@ private slots:
         QCOMPARE(thumbnails.value(QDir::cleanPath(dir.filePath("tall.tif"))).size(), QSize(90, 120));
     }
 
-    void unreadablePhotoShowsPlaceholder()
+    void unreadablePhotoIsLeftOut_data()
     {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("empty file") << "empty.jpg";
+        QTest::newRow("text named as a photo") << "notes.jpg";
+        QTest::newRow("cut before the image data") << "cut.jpg";
+        QTest::newRow("garbage after the JPEG marker") << "broken.jpg";
+    }
+
+    void unreadablePhotoIsLeftOut()
+    {
+        QFETCH(QString, name);
         PhotoPreview canvas;
         showCanvas(canvas);
-        canvas.addFiles({at("loose/broken.jpg"), at("loose/single3.jpg")});
-        auto broken = canvas.item(at("loose/broken.jpg"));
-        QVERIFY(broken);
-        QTRY_COMPARE(broken->state(), IThumbnailItem::Failed);
-        QTRY_COMPARE(canvas.item(at("loose/single3.jpg"))->state(), IThumbnailItem::Ready);
-        // Still on the canvas and selected: the user decides whether to remove it.
-        QCOMPARE(canvas.fileCount(), 2);
-        QVERIFY(canvas.getSelectedFiles().contains(at("loose/broken.jpg")));
-        QVERIFY(!canvas.getThumbnailData().contains(at("loose/broken.jpg")));
+        const QString bad = at("bad/" + name);
+        const QString good = at("loose/single3.jpg");
+        canvas.addFiles({bad, good});
+        QTRY_COMPARE(canvas.item(bad)->state(), IThumbnailItem::Failed);
+        QTRY_COMPARE(canvas.item(good)->state(), IThumbnailItem::Ready);
+        // Left out by itself; still on the canvas, so the user sees why.
+        QCOMPARE(canvas.getSelectedFiles(), QStringList{good});
+        QCOMPARE(countText(canvas), QString("2 photos, 1 included, 1 cannot be read"));
+        QCOMPARE(canvas.unreadableFiles().size(), 1);
+        QCOMPARE(canvas.unreadableFiles().first().path, bad);
+        const QString reason = canvas.item(bad)->errorText();
+        QVERIFY(!reason.isEmpty());
+        QCOMPARE(canvas.unreadableFiles().first().reason, reason);
+        const QModelIndex index = canvas.proxyModel()->index(canvas.getFiles().indexOf(bad), 0);
+        QCOMPARE(PhotoTileDelegate::toolTip(index), QString("Cannot read this photo: %1\n%2").arg(reason, bad));
 
-        const QRect tile = tileOf(canvas, at("loose/broken.jpg"));
-        QVERIFY(tile.isValid());
-        const QString tip = canvas.proxyModel()
-                                ->index(canvas.getFiles().indexOf(at("loose/broken.jpg")), 0)
-                                .data(Qt::ToolTipRole)
-                                .toString();
-        QVERIFY(tip.contains(at("loose/broken.jpg")));
-        QVERIFY(tip.contains(broken->errorText()));
-        // The tile shows the placeholder's pixels (away from the check box).
-        canvas.thumbnailView()->viewport()->update();
+        // Its check box cannot take it back into the project.
+        const QRect tile = tileOf(canvas, bad);
+        QTest::mouseClick(canvas.thumbnailView()->viewport(), Qt::LeftButton, Qt::NoModifier,
+                          ThumbnailDelegate::checkBoxRect(tile).center());
+        QCOMPARE(canvas.getSelectedFiles(), QStringList{good});
+        // The tile wears the warning badge over the broken-photo picture.
         const QImage shot = canvas.thumbnailView()->viewport()->grab().toImage();
         const QRect area = ThumbnailDelegate::imageRect(tile);
+        QCOMPARE(QColor(shot.pixel(area.right() - 20, area.top() + 20)), QColor(255, 190, 0));
         const QImage placeholder =
             Zyn::UiToolkit::ThumbnailPlaceholder::failedImage(ThumbnailLoader::thumbnailSize());
         const QPoint probe(area.width() - 6, area.height() - 4);
@@ -324,7 +354,7 @@ private slots:
         QCOMPARE(removed.first().first().toStringList(), QStringList({files.at(1), files.at(3)}));
         QCOMPARE(canvas.getFiles(), QStringList({files.at(0), files.at(2), files.at(4)}));
         QCOMPARE(canvas.selectedFileCount(), 3);
-        QCOMPARE(countText(canvas), QString("3 photos, 3 selected"));
+        QCOMPARE(countText(canvas), QString("3 photos, 3 included"));
         QVERIFY(selection.count() >= 1);
         QVERIFY(!button(canvas, "remove_button")->isEnabled());
 
@@ -335,44 +365,62 @@ private slots:
         QCOMPARE(removed.count(), 2);
     }
 
-    void checkBoxesDecideWhatIsProcessed()
+    void checkBoxesDecideWhatIsIncluded_data()
     {
+        QTest::addColumn<QString>("gesture");
+        QTest::addColumn<QString>("included"); // tiles included afterwards
+        QTest::newRow("Space") << "space" << "1,3";
+        QTest::newRow("box of a highlighted tile") << "box0" << "1,3";
+        QTest::newRow("box of a tile not highlighted") << "box1" << "0,2,3";
+    }
+
+    void checkBoxesDecideWhatIsIncluded()
+    {
+        QFETCH(QString, gesture);
+        QFETCH(QString, included);
         PhotoPreview canvas;
         showCanvas(canvas);
-        canvas.addFiles({at("flight/IMG_1.jpg"), at("flight/IMG_10.jpeg"), at("flight/IMG_2.JPG")});
+        canvas.addFiles({at("loose/single1.jpg"), at("loose/single2.jpg"), at("loose/single3.jpg"),
+                         at("loose/single4.jpg")});
         const QStringList files = canvas.getFiles();
-        QCOMPARE(files, QStringList({at("flight/IMG_1.jpg"), at("flight/IMG_2.JPG"), at("flight/IMG_10.jpeg")}));
-        QSignalSpy selection(&canvas, &PhotoPreview::selectionChanged);
         QSignalSpy create(&canvas, &PhotoPreview::createRequested);
-
-        QTRY_VERIFY(tileOf(canvas, files.at(1)).isValid());
         QWidget* viewport = canvas.thumbnailView()->viewport();
-        QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier,
-                          ThumbnailDelegate::checkBoxRect(tileOf(canvas, files.at(1))).center());
-        QCOMPARE(selection.count(), 1);
-        QCOMPARE(canvas.selectedFileCount(), 2);
-        QCOMPARE(canvas.getSelectedFiles(), QStringList({files.at(0), files.at(2)}));
-        QCOMPARE(canvas.getFiles(), files);
-        QCOMPARE(countText(canvas), QString("3 photos, 2 selected"));
+        QTRY_VERIFY(tileOf(canvas, files.at(3)).isValid());
+        QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier, tileOf(canvas, files.at(0)).center());
+        QTest::mouseClick(viewport, Qt::LeftButton, Qt::ControlModifier, tileOf(canvas, files.at(2)).center());
+        const QStringList highlighted{files.at(0), files.at(2)};
+        QCOMPARE(canvas.highlightedFiles(), highlighted);
+        // Highlighting is not excluding.
+        QCOMPARE(countText(canvas), QString("4 photos, 4 included"));
 
-        canvas.setFileSelected(files.at(0), false);
-        canvas.setFileSelected(files.at(2), false);
-        QCOMPARE(canvas.selectedFileCount(), 0);
-        QCOMPARE(countText(canvas), QString("3 photos, 0 selected"));
-        // Nothing to process: Create is off.
+        const auto act = [&] {
+            if (gesture == "space")
+                QTest::keyClick(canvas.thumbnailView(), Qt::Key_Space);
+            else
+                QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier,
+                                  ThumbnailDelegate::checkBoxRect(tileOf(canvas, files.at(gesture.right(1).toInt()))).center());
+        };
+        act();
+        QStringList expected;
+        for (const QString& row : included.split(','))
+            expected << files.at(row.toInt());
+        QCOMPARE(canvas.getSelectedFiles(), expected);
+        QCOMPARE(countText(canvas), QString("4 photos, %1 included").arg(expected.size()));
+        QCOMPARE(canvas.highlightedFiles(), highlighted);
+        act();
+        QCOMPARE(canvas.getSelectedFiles(), files);
+
+        // Nothing included: Create is off; one photo reads as singular.
+        for (const QString& path : files)
+            canvas.setFileSelected(path, false);
         QVERIFY(!button(canvas, "create_button")->isEnabled());
-
-        QTest::mouseClick(viewport, Qt::LeftButton, Qt::NoModifier,
-                          ThumbnailDelegate::checkBoxRect(tileOf(canvas, files.at(2))).center());
-        QCOMPARE(canvas.getSelectedFiles(), QStringList({files.at(2)}));
-        QCOMPARE(countText(canvas), QString("3 photos, 1 selected"));
-        QVERIFY(button(canvas, "create_button")->isEnabled());
+        canvas.setFileSelected(files.at(1), true);
+        canvas.removeFiles(files.mid(2));
+        QCOMPARE(countText(canvas), QString("2 photos, 1 included"));
+        canvas.removeFiles({files.at(0)});
+        QCOMPARE(countText(canvas), QString("1 photo, 1 included"));
         QTest::mouseClick(button(canvas, "create_button"), Qt::LeftButton);
         QCOMPARE(create.count(), 1);
-
-        // One photo reads as singular.
-        canvas.removeFiles({files.at(0), files.at(1)});
-        QCOMPARE(countText(canvas), QString("1 photo, 1 selected"));
     }
 
     void dropInvitationShowsOnlyWhenAllowedAndEmpty()
@@ -479,30 +527,6 @@ private slots:
         QCOMPARE(canvas.getFlyout(), flyout);
         delete flyout;
         QVERIFY(!canvas.getFlyout());
-    }
-
-    void aThousandPhotosLoad()
-    {
-        QTemporaryDir many;
-        QVERIFY(many.isValid());
-        for (int i = 1; i <= 1000; ++i) {
-            const QString path = many.filePath(QString("DJI_%1.JPG").arg(i));
-            QVERIFY(TestPhotos::writePhoto(path, QSize(96, 72), i, i % 3 == 0));
-        }
-        PhotoPreview canvas;
-        showCanvas(canvas);
-        QSignalSpy added(&canvas, &PhotoPreview::filesAdded);
-        QCOMPARE(canvas.addFiles({many.path()}).size(), 1000);
-        QCOMPARE(added.count(), 1);
-        QCOMPARE(countText(canvas), QString("1000 photos, 1000 selected"));
-        QTRY_COMPARE_WITH_TIMEOUT(countInState(canvas, IThumbnailItem::Ready), 1000, 120000);
-        QCOMPARE(countInState(canvas, IThumbnailItem::Failed), 0);
-        const QStringList files = canvas.getFiles();
-        QCOMPARE(files.first(), QDir::cleanPath(many.filePath("DJI_1.JPG")));
-        QCOMPARE(files.at(9), QDir::cleanPath(many.filePath("DJI_10.JPG")));
-        QCOMPARE(files.last(), QDir::cleanPath(many.filePath("DJI_1000.JPG")));
-        QCOMPARE(canvas.getThumbnailData().size(), 1000);
-        QVERIFY(ThumbnailLoader::instance()->isIdle());
     }
 };
 

@@ -21,21 +21,31 @@ private slots:
     void initTestCase();
     void init();
 
-    void gpsNorthEastAndSouthWest();
-    void gpsMissingOrUnreadable();
+    void gps_data();
+    void gps();
 
     void projectNamesThatCannotBeFolders_data();
     void projectNamesThatCannotBeFolders();
     void manifestHoldsExactlyTheRequest();
-    void backgroundPreparationReadsGpsAndMarksReady();
-    void missingPhotoMarksProjectFailed();
+    void preparationReadsGpsAndMarksTheState_data();
+    void preparationReadsGpsAndMarksTheState();
     void existingProjectIsNeverOverwritten();
-    void unknownCoordinateSystemLeavesNoFolder();
+    void refusalsLeaveNoFolder_data();
+    void refusalsLeaveNoFolder();
     void listNewestFirstAndDamagedManifestAsFailed();
 
 private:
     QString photo(const QString& name) const { return m_photos.filePath(name); }
     QJsonObject manifestOf(const QString& folder) const;
+    ProjectRequest request(const QString& name, const QStringList& photos, const QString& coordSys = "LL84") const
+    {
+        ProjectRequest r;
+        r.name = name;
+        for (const QString& p : photos)
+            r.photos << photo(p);
+        r.coordSysId = coordSys;
+        return r;
+    }
 
     QTemporaryDir m_dir;
     QTemporaryDir m_photos;
@@ -76,37 +86,40 @@ QJsonObject TestProcessingService::manifestOf(const QString& folder) const
     return QJsonDocument::fromJson(file.readAll()).object();
 }
 
-void TestProcessingService::gpsNorthEastAndSouthWest()
+void TestProcessingService::gps_data()
 {
-    PhotoGpsPosition p;
-    QString error;
-    QVERIFY2(readPhotoGpsPosition(photo("ne.jpg"), &p, &error), qPrintable(error));
-    QVERIFY(qAbs(p.latitude - 46.5480) < 1e-6);
-    QVERIFY(qAbs(p.longitude - 7.9820) < 1e-6);
-    QVERIFY(p.hasAltitude);
-    QVERIFY(qAbs(p.altitude - 1234.5) < 1e-3);
-
-    QVERIFY(readPhotoGpsPosition(photo("sw.jpg"), &p));
-    QVERIFY(qAbs(p.latitude + 33.8568) < 1e-6);
-    QVERIFY(qAbs(p.longitude + 70.6483) < 1e-6);
-    QVERIFY(qAbs(p.altitude + 12.25) < 1e-3);
+    QTest::addColumn<QString>("file");
+    QTest::addColumn<QString>("error"); // empty: read
+    QTest::addColumn<double>("lat");
+    QTest::addColumn<double>("lon");
+    QTest::addColumn<double>("alt");
+    QTest::newRow("north east") << "ne.jpg" << "" << 46.5480 << 7.9820 << 1234.5;
+    QTest::newRow("south west") << "sw.jpg" << "" << -33.8568 << -70.6483 << -12.25;
+    QTest::newRow("no GPS block") << "nogps.jpg" << "GPS" << 0.0 << 0.0 << 0.0;
+    QTest::newRow("no EXIF") << "plain.jpg" << "EXIF" << 0.0 << 0.0 << 0.0;
+    QTest::newRow("damaged EXIF") << "corrupt.jpg" << "." << 0.0 << 0.0 << 0.0;
+    QTest::newRow("missing") << "absent.jpg" << "does not exist" << 0.0 << 0.0 << 0.0;
+    QTest::newRow("no path") << "" << "." << 0.0 << 0.0 << 0.0;
 }
 
-void TestProcessingService::gpsMissingOrUnreadable()
+void TestProcessingService::gps()
 {
+    QFETCH(QString, file);
+    QFETCH(QString, error);
+    QFETCH(double, lat);
+    QFETCH(double, lon);
+    QFETCH(double, alt);
     PhotoGpsPosition p;
     p.latitude = 99;
-    QString error;
-    QVERIFY(!readPhotoGpsPosition(photo("nogps.jpg"), &p, &error));
-    QVERIFY(error.contains(QStringLiteral("GPS")));
-    QCOMPARE(p.latitude, 99.0); // untouched on failure
-    QVERIFY(!readPhotoGpsPosition(photo("plain.jpg"), &p, &error));
-    QVERIFY(!error.isEmpty());
-    QVERIFY(!readPhotoGpsPosition(photo("corrupt.jpg"), &p, &error));
-    QVERIFY(!readPhotoGpsPosition(photo("absent.jpg"), &p, &error));
-    QVERIFY(error.contains(QStringLiteral("does not exist")));
-    QVERIFY(!readPhotoGpsPosition(QString(), &p));
-    QVERIFY(!readPhotoGpsPosition(m_photos.path(), &p)); // a folder
+    QString why;
+    QCOMPARE(readPhotoGpsPosition(file.isEmpty() ? QString() : photo(file), &p, &why), error.isEmpty());
+    if (!error.isEmpty()) {
+        QVERIFY2(why.contains(error), qPrintable(why));
+        QCOMPARE(p.latitude, 99.0); // untouched on failure
+        return;
+    }
+    QVERIFY(qAbs(p.latitude - lat) < 1e-6 && qAbs(p.longitude - lon) < 1e-6);
+    QVERIFY(p.hasAltitude && qAbs(p.altitude - alt) < 1e-3);
 }
 
 void TestProcessingService::projectNamesThatCannotBeFolders_data()
@@ -124,7 +137,8 @@ void TestProcessingService::projectNamesThatCannotBeFolders_data()
     QTest::newRow("backslash") << "a\\b" << false;
     QTest::newRow("control") << QStringLiteral("a\nb") << false;
     QTest::newRow("trailing space") << "name " << false;
-    QTest::newRow("too long") << QString(256, QLatin1Char('x')) << false;
+    QTest::newRow("64 characters") << QString(64, QLatin1Char('x')) << true;
+    QTest::newRow("65 characters") << QString(65, QLatin1Char('x')) << false;
 }
 
 void TestProcessingService::projectNamesThatCannotBeFolders()
@@ -134,13 +148,11 @@ void TestProcessingService::projectNamesThatCannotBeFolders()
     QString error;
     QCOMPARE(ProcessingService::isValidProjectName(name, &error), valid);
     QCOMPARE(error.isEmpty(), valid);
+    if (name.size() > 64)
+        QCOMPARE(error, QStringLiteral("The project name is too long: at most 64 characters."));
     if (!valid) {
-        ProjectRequest request;
-        request.name = name;
-        request.photos = QStringList{photo("ne.jpg")};
-        request.coordSysId = QStringLiteral("LL84");
         QString folder;
-        QVERIFY(!m_service->submitProject(request, &folder, &error));
+        QVERIFY(!m_service->submitProject(request(name, {"ne.jpg"}), &folder, &error));
         QVERIFY(folder.isEmpty());
         QVERIFY(!QFileInfo::exists(ProcessingService::projectsDirectory() + QStringLiteral("/") + name)
                 || name == QLatin1String(".") || name == QLatin1String("..") || name.trimmed().isEmpty());
@@ -156,14 +168,11 @@ void TestProcessingService::manifestHoldsExactlyTheRequest()
     gcp.write("<survey/>");
     gcp.close();
 
-    ProjectRequest request;
-    request.name = QStringLiteral("Alps_01");
-    request.photos = QStringList{photo("ne.jpg"), photo("sw.jpg")};
+    ProjectRequest request = this->request("Alps_01", {"ne.jpg", "sw.jpg"}, "EPSG:32632");
     request.mesh = true;
     request.pointCloud = false;
     request.orthoMap = true;
     request.pixelSizeMeters = 0.07f;
-    request.coordSysId = QStringLiteral("EPSG:32632");
     request.gcpSupportFile = gcpFile;
 
     QSignalSpy changed(m_service, &ProcessingService::projectsChanged);
@@ -213,49 +222,43 @@ void TestProcessingService::manifestHoldsExactlyTheRequest()
     QVERIFY(KeelCore::waitForIdle());
 }
 
-void TestProcessingService::backgroundPreparationReadsGpsAndMarksReady()
+void TestProcessingService::preparationReadsGpsAndMarksTheState_data()
 {
-    ProjectRequest request;
-    request.name = QStringLiteral("Ready1");
-    request.photos = QStringList{photo("ne.jpg"), photo("nogps.jpg"), photo("sw.jpg")};
-    request.coordSysId = QStringLiteral("LL84");
+    QTest::addColumn<QStringList>("photos");
+    QTest::addColumn<QString>("state");
+    QTest::addColumn<QString>("detail");
+    QTest::newRow("ready, one without GPS") << QStringList{"ne.jpg", "nogps.jpg", "sw.jpg"} << "Ready"
+                                            << "1 photo(s) without GPS position.";
+    QTest::newRow("a photo gone") << QStringList{"ne.jpg", "gone.jpg", "sw.jpg"} << "Failed"
+                                  << "1 photo(s) cannot be read.";
+}
+
+void TestProcessingService::preparationReadsGpsAndMarksTheState()
+{
+    QFETCH(QStringList, photos);
+    QFETCH(QString, state);
+    QFETCH(QString, detail);
     QSignalSpy changed(m_service, &ProcessingService::projectsChanged);
     QString folder, error;
-    QVERIFY2(m_service->submitProject(request, &folder, &error), qPrintable(error));
+    QVERIFY2(m_service->submitProject(request("Prepared", photos), &folder, &error), qPrintable(error));
     QVERIFY(KeelCore::waitForIdle());
     QCOMPARE(changed.count(), 2); // submitted, then prepared
-
     const QJsonObject m = manifestOf(folder);
-    QCOMPARE(m.value("state").toString(), QStringLiteral("Ready"));
-    QVERIFY(m.value("stateDetail").toString().contains(QStringLiteral("without GPS")));
-    const QJsonArray photos = m.value("photos").toArray();
-    const QJsonObject ne = photos.at(0).toObject().value("gps").toObject();
+    QCOMPARE(m.value("state").toString(), state);
+    QCOMPARE(m.value("stateDetail").toString(), detail);
+    const QJsonArray list = m.value("photos").toArray();
+    const QJsonObject ne = list.at(0).toObject().value("gps").toObject();
     QVERIFY(qAbs(ne.value("latitude").toDouble() - 46.5480) < 1e-6);
     QVERIFY(qAbs(ne.value("longitude").toDouble() - 7.9820) < 1e-6);
     QVERIFY(qAbs(ne.value("altitude").toDouble() - 1234.5) < 1e-3);
-    QVERIFY(photos.at(1).toObject().value("gps").isNull());
-    QVERIFY(photos.at(2).toObject().value("gps").toObject().value("longitude").toDouble() < 0);
-
+    QVERIFY(list.at(1).toObject().value("gps").isNull());
+    QCOMPARE(list.at(1).toObject().value("error").toString().isEmpty(), state == "Ready");
+    QVERIFY(list.at(2).toObject().value("gps").toObject().value("longitude").toDouble() < 0);
     const ProjectInfo info = ProcessingService::readProject(folder);
-    QCOMPARE(info.name, QStringLiteral("Ready1"));
-    QCOMPARE(info.state, QStringLiteral("Ready"));
+    QCOMPARE(info.name, QStringLiteral("Prepared"));
+    QCOMPARE(info.state, state);
     QCOMPARE(info.photoCount, 3);
     QCOMPARE(info.coordSysId, QStringLiteral("LL84"));
-}
-
-void TestProcessingService::missingPhotoMarksProjectFailed()
-{
-    ProjectRequest request;
-    request.name = QStringLiteral("Missing");
-    request.photos = QStringList{photo("ne.jpg"), photo("gone.jpg")};
-    request.coordSysId = QStringLiteral("LL84");
-    QString folder, error;
-    QVERIFY2(m_service->submitProject(request, &folder, &error), qPrintable(error));
-    QVERIFY(KeelCore::waitForIdle());
-    const QJsonObject m = manifestOf(folder);
-    QCOMPARE(m.value("state").toString(), QStringLiteral("Failed"));
-    QVERIFY(m.value("stateDetail").toString().contains(QStringLiteral("cannot be read")));
-    QVERIFY(!m.value("photos").toArray().at(1).toObject().value("error").toString().isEmpty());
 }
 
 void TestProcessingService::existingProjectIsNeverOverwritten()
@@ -267,15 +270,12 @@ void TestProcessingService::existingProjectIsNeverOverwritten()
     keep.write("{\"name\": \"Taken\", \"state\": \"Ready\"}");
     keep.close();
 
-    ProjectRequest request;
-    request.name = QStringLiteral("Taken");
-    request.photos = QStringList{photo("ne.jpg")};
-    request.coordSysId = QStringLiteral("LL84");
+    ProjectRequest request = this->request("Taken", {"ne.jpg"});
     QVERIFY(m_service->projectExists(QStringLiteral("Taken")));
     QSignalSpy changed(m_service, &ProcessingService::projectsChanged);
     QString folder, error;
     QVERIFY(!m_service->submitProject(request, &folder, &error));
-    QVERIFY(error.contains(QStringLiteral("already exists")));
+    QCOMPARE(error, ProcessingService::projectExistsText(QStringLiteral("Taken")));
     QVERIFY(folder.isEmpty());
     QCOMPARE(changed.count(), 0);
     QVERIFY(keep.open(QIODevice::ReadOnly));
@@ -290,30 +290,31 @@ void TestProcessingService::existingProjectIsNeverOverwritten()
     QCOMPARE(QFileInfo(root + QStringLiteral("/AFile")).size(), 0);
 }
 
-void TestProcessingService::unknownCoordinateSystemLeavesNoFolder()
+void TestProcessingService::refusalsLeaveNoFolder_data()
 {
-    ProjectRequest request;
-    request.name = QStringLiteral("BadCs");
-    request.photos = QStringList{photo("ne.jpg")};
-    request.coordSysId = QStringLiteral("EPSG:999999");
-    QString folder, error;
-    QVERIFY(!m_service->submitProject(request, &folder, &error));
-    QVERIFY(error.contains(QStringLiteral("EPSG:999999")));
-    QVERIFY(!m_service->projectExists(QStringLiteral("BadCs")));
+    QTest::addColumn<QString>("coordSys");
+    QTest::addColumn<QStringList>("photos");
+    QTest::addColumn<QString>("error");
+    QTest::newRow("unknown coordinate system") << "EPSG:999999" << QStringList{"ne.jpg"}
+                                               << "The coordinate system \"EPSG:999999\" is not known.";
+    QTest::newRow("no photos") << "LL84" << QStringList() << "The project has no photos.";
+}
 
-    request.coordSysId = QStringLiteral("LL84");
-    request.photos.clear();
-    QVERIFY(!m_service->submitProject(request, &folder, &error));
-    QVERIFY(error.contains(QStringLiteral("no photos")));
-    QVERIFY(!m_service->projectExists(QStringLiteral("BadCs")));
+void TestProcessingService::refusalsLeaveNoFolder()
+{
+    QFETCH(QString, coordSys);
+    QFETCH(QStringList, photos);
+    QFETCH(QString, error);
+    QString folder, why;
+    QVERIFY(!m_service->submitProject(request("Refused", photos, coordSys), &folder, &why));
+    QCOMPARE(why, error);
+    QVERIFY(!m_service->projectExists(QStringLiteral("Refused")));
 }
 
 void TestProcessingService::listNewestFirstAndDamagedManifestAsFailed()
 {
     QVERIFY(m_service->projects().isEmpty()); // no folder yet: an empty list
-    ProjectRequest request;
-    request.photos = QStringList{photo("ne.jpg")};
-    request.coordSysId = QStringLiteral("LL84");
+    ProjectRequest request = this->request(QString(), {"ne.jpg"});
     QString folder, error;
     for (const char* name : {"First", "Second"}) {
         request.name = QLatin1String(name);
