@@ -22,13 +22,9 @@
 #include <support/TestSupport.h>
 
 #include <QClipboard>
-#include <cmath>
-
-#include <QDir>
-#include <QSettings>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QtTest>
+
+#include <cmath>
 
 using namespace Zyn::AppGcp;
 using Zyn::AppCreate::AerialCreateViewController;
@@ -196,13 +192,7 @@ private slots:
     void truthInTrueListOut()
     {
         QTemporaryDir flight;
-        const QStringList photos = Zyn::TestSupport::makeDronePhotos(
-            flight.path(), {QStringLiteral("--count"), QStringLiteral("20"), QStringLiteral("--lat"),
-                            QStringLiteral("47.07"), QStringLiteral("--lon"), QStringLiteral("15.44"),
-                            QStringLiteral("--alt"), QStringLiteral("450"), QStringLiteral("--agl"),
-                            QStringLiteral("100"), QStringLiteral("--width"), QStringLiteral("640"),
-                            QStringLiteral("--height"), QStringLiteral("427"), QStringLiteral("--gcps"),
-                            QStringLiteral("3"), QStringLiteral("--target-size"), QStringLiteral("8")});
+        const QStringList photos = Zyn::TestSupport::makeTargetFlight(flight.path());
         QCOMPARE(photos.size(), 20);
         auto read = [&](const QString& name) {
             QFile f(QDir(flight.path()).filePath(name));
