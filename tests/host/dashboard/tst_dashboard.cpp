@@ -71,7 +71,6 @@ private:
 class TestDashboard : public QObject {
     Q_OBJECT
 private slots:
-
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);

@@ -108,8 +108,6 @@ private slots:
             double lon, lat, h, x, y, z;
         };
         const Case cases[] = {
-            {0, 0, 0, 6378137.0, 0, 0},
-            {90, 0, 0, 0, 6378137.0, 0},
             {0, 0, 100, 6378237.0, 0, 0},
             {0, 90, 0, 0, 0, 6356752.314245179},
         };
@@ -156,13 +154,10 @@ private slots:
         QTest::addColumn<QString>("code");
         QTest::addColumn<double>("lon");
         QTest::addColumn<double>("lat");
-        QTest::newRow("UTM 31N Paris") << "EPSG:32631" << 2.35 << 48.85;
         QTest::newRow("Swiss LV95 Bern") << "EPSG:2056" << 7.44 << 46.95;
-        QTest::newRow("British National Grid") << "EPSG:27700" << -0.1276 << 51.5072;
         QTest::newRow("NY Long Island ftUS") << "EPSG:2263" << -73.98 << 40.75;
         QTest::newRow("ETRS89 geographic") << "EPSG:4258" << 10.0 << 50.0;
         QTest::newRow("NTF Paris grads") << "EPSG:4807" << 2.35 << 48.85;
-        QTest::newRow("web mercator") << "EPSG:3857" << -58.38 << -34.6;
     }
 
     void roundTrips()
@@ -218,14 +213,11 @@ private slots:
         QTest::newRow("LL84") << "LL84" << true;
         QTest::newRow("ECEF") << "ECEF" << false;
         QTest::newRow("ETRS89") << "EPSG:4258" << true;
-        QTest::newRow("WGS 84 3D") << "EPSG:4979" << true;
         QTest::newRow("UTM") << "EPSG:32633" << false;
-        QTest::newRow("geocentric") << "EPSG:4978" << false;
         QTest::newRow("compound on geographic") << "EPSG:9707" << true;
         QTest::newRow("compound on projected") << "EPSG:5555" << false;
         QTest::newRow("vertical") << "EPSG:5773" << false;
         QTest::newRow("unknown") << "EPSG:99999999" << false;
-        QTest::newRow("empty") << "" << false;
     }
 
     void polarSystems()
@@ -260,7 +252,6 @@ private slots:
         // UTM 33N is used from 12E to 18E, 0N to 84N.
         QTest::newRow("UTM 33N centre") << "EPSG:32633" << 500000.0 << 5000000.0 << true;
         QTest::newRow("UTM 33N east of 18E") << "EPSG:32633" << 800000.0 << 5000000.0 << false;
-        QTest::newRow("UTM 33N south of equator") << "EPSG:32633" << 500000.0 << -100000.0 << false;
         QTest::newRow("Swiss Bern") << "EPSG:2056" << 2600000.0 << 1200000.0 << true;
         QTest::newRow("Swiss far north") << "EPSG:2056" << 2600000.0 << 1600000.0 << false;
         QTest::newRow("LL84 anywhere") << "LL84" << -170.0 << -60.0 << true;
@@ -358,7 +349,6 @@ private slots:
         QCOMPARE(mismatches[0], 0);
         QCOMPARE(mismatches[1], 0);
     }
-
 };
 
 QTEST_GUILESS_MAIN(TestGis)

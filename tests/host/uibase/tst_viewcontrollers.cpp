@@ -142,43 +142,37 @@ private slots:
         QVERIFY(m_log.contains("upper:destroyed"));
     }
 
-    void panelCrossClosesAndTellsMainView()
+    // The panel shows one of its buttons; clicking it tells the main view and closes the panel.
+    void panelButtonClosesAndTellsMainView_data()
     {
-        QPointer<LoggingVC> content = new LoggingVC("create", &m_log);
+        QTest::addColumn<bool>("cross");
+        QTest::newRow("cross") << true;
+        QTest::newRow("back") << false;
+    }
+    void panelButtonClosesAndTellsMainView()
+    {
+        QFETCH(bool, cross);
+        QPointer<LoggingVC> content = new LoggingVC("m", &m_log);
         content->getView()->setParent(m_presenter->getQtWidget()); // as the plug-in attaches it
         QPointer<ActionPanelVC> panel = new ActionPanelVC;
         panel->setMainView(content->getView());
-        panel->setBackButton(false);
-        panel->setCrossButton(true);
+        panel->setBackButton(!cross);
+        panel->setCrossButton(cross);
+        panel->setTitle("Survey Points");
         QCOMPARE(panel->getMainViewController(), content.data());
         m_presenter->presentViewController(panel, TransitionFromRight);
-        QVERIFY(m_log.contains("create:willAppear"));
-        QVERIFY(content->getView()->isVisible());
-        QVERIFY(!button(panel, "back_button")->isVisible());
+        QVERIFY(m_log.contains("m:willAppear") && content->getView()->isVisible());
+        QCOMPARE(panel->getView()->findChild<QLabel*>("title_label")->text(), QStringLiteral("Survey Points"));
+        QVERIFY(!button(panel, cross ? "back_button" : "cross_button")->isVisible());
 
-        QSignalSpy crossSpy(panel.data(), &ActionPanelVC::crossClicked);
+        QSignalSpy clicked(panel.data(), cross ? &ActionPanelVC::crossClicked : &ActionPanelVC::backClicked);
         m_log.clear();
-        QTest::mouseClick(button(panel, "cross_button"), Qt::LeftButton);
-        QCOMPARE(crossSpy.count(), 1);
-        QCOMPARE(m_log.mid(0, 2), QStringList({"create:willDisappear", "create:didDisappear"}));
+        QTest::mouseClick(button(panel, cross ? "cross_button" : "back_button"), Qt::LeftButton);
+        QCOMPARE(clicked.count(), 1);
+        QCOMPARE(m_log.mid(0, 2), QStringList({"m:willDisappear", "m:didDisappear"}));
         QVERIFY(!m_presenter->presentedViewController());
         QTRY_VERIFY(panel.isNull());
         QVERIFY(content.isNull());
-    }
-
-    void panelBackButtonAndTitle()
-    {
-        QPointer<ActionPanelVC> panel = new ActionPanelVC(new LoggingVC("m", &m_log));
-        panel->setTitle("Survey Points");
-        panel->setCrossButton(false);
-        m_presenter->presentViewController(panel, TransitionFromRight);
-        QVERIFY(!button(panel, "cross_button")->isVisible());
-        QCOMPARE(panel->getView()->findChild<QLabel*>("title_label")->text(), QStringLiteral("Survey Points"));
-        QSignalSpy backSpy(panel.data(), &ActionPanelVC::backClicked);
-        QTest::mouseClick(button(panel, "back_button"), Qt::LeftButton);
-        QCOMPARE(backSpy.count(), 1);
-        QVERIFY(m_log.contains("m:willDisappear"));
-        QTRY_VERIFY(panel.isNull());
     }
 
     void panelShownAloneHidesOnCross()
