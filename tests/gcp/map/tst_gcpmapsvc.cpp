@@ -45,14 +45,7 @@ QVariant eval(GcpMapsVC& maps, const QString& script)
 // Map animations take their time; polls the page until the script answers true.
 bool becomesTrue(GcpMapsVC& maps, const QString& script)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!eval(maps, script).toBool()) {
-        if (timer.elapsed() > 20000)
-            return false;
-        QTest::qWait(100);
-    }
-    return true;
+    return QTest::qWaitFor([&] { return eval(maps, script).toBool(); }, 20000);
 }
 
 } // namespace

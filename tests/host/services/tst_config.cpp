@@ -137,7 +137,6 @@ private slots:
         QVERIFY(QFileInfo::exists(path("deep/er/zynphoto.ini")));
     }
 
-
     void concurrentUseFromWorkers()
     {
         ConfigManager config(path());
