@@ -16,20 +16,10 @@ using Zyn::UiToolkit::ThumbnailLoader;
 using Zyn::UiToolkit::ThumbnailPlaceholder;
 
 namespace {
-// Mean colour of an image, to tell which picture a thumbnail came from.
-QColor meanColor(const QImage& image)
+// The photos are one solid colour each: the centre tells which picture a thumbnail came from.
+QColor centre(const QImage& image)
 {
-    qint64 r = 0, g = 0, b = 0;
-    const QImage rgb = image.convertToFormat(QImage::Format_RGB32);
-    for (int y = 0; y < rgb.height(); ++y)
-        for (int x = 0; x < rgb.width(); ++x) {
-            const QRgb p = rgb.pixel(x, y);
-            r += qRed(p);
-            g += qGreen(p);
-            b += qBlue(p);
-        }
-    const qint64 n = qint64(rgb.width()) * rgb.height();
-    return n ? QColor(int(r / n), int(g / n), int(b / n)) : QColor();
+    return image.pixelColor(image.width() / 2, image.height() / 2);
 }
 
 QImage solid(const QSize& size, const QColor& color)
@@ -109,8 +99,8 @@ private slots:
         plain.requestThumbnail(IThumbnailItem::Visible);
         QTRY_COMPARE(withExif.state(), IThumbnailItem::Ready);
         QTRY_COMPARE(plain.state(), IThumbnailItem::Ready);
-        QVERIFY(meanColor(withExif.thumbnail()).blue() > 180);
-        QVERIFY(meanColor(plain.thumbnail()).red() > 180);
+        QVERIFY(centre(withExif.thumbnail()).blue() > 180);
+        QVERIFY(centre(plain.thumbnail()).red() > 180);
     }
 
     void neverMoreThanTheLimitInFlight()
@@ -186,7 +176,7 @@ private slots:
         QTRY_COMPARE(second.state(), IThumbnailItem::Ready);
         QCOMPARE(loader()->decodeCount(), decodes);
         QCOMPARE(loader()->cacheHitCount(), hits + 1);
-        QVERIFY(meanColor(second.thumbnail()).green() > 150);
+        QVERIFY(centre(second.thumbnail()).green() > 150);
 
         // Replaced by a different photo (other size and content): decoded again.
         QVERIFY(TestPhotos::writeJpeg(path, solid(QSize(800, 600), QColor(200, 20, 200))));
@@ -196,7 +186,7 @@ private slots:
         third.requestThumbnail(IThumbnailItem::Visible);
         QTRY_COMPARE(third.state(), IThumbnailItem::Ready);
         QCOMPARE(loader()->decodeCount(), decodes + 1);
-        QVERIFY(meanColor(third.thumbnail()).red() > 150);
+        QVERIFY(centre(third.thumbnail()).red() > 150);
     }
 
     void itemDestroyedWhileLoading()
