@@ -1,17 +1,15 @@
 #include <gcp/GcpInfoEditor.h>
 
 #include <coordsys/GcpCoordSysInfo.h>
+#include <support/TestSupport.h>
 
-#include <QApplication>
 #include <QMenu>
-#include <QMouseEvent>
-#include <QSignalSpy>
 #include <QTableWidget>
-#include <QTest>
-#include <QTimer>
+#include <QtTest>
 
 using namespace Zyn::AppGcp;
 using Zyn::AppCreate::GcpCoordSysInfo;
+using Zyn::TestSupport::sendMouse;
 
 namespace {
 GcpInfo point(const QString& name, double x, double y, double z = 0.0)
@@ -28,12 +26,6 @@ GcpCoordSysInfo utm32()
 {
     return GcpCoordSysInfo(QStringLiteral("EPSG:32632"), QStringLiteral("WGS 84 / UTM zone 32N"),
                            QStringLiteral("32632"), 1, QStringLiteral("WGS 84"), 0);
-}
-
-void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton button, Qt::MouseButtons buttons)
-{
-    QMouseEvent event(type, pos, w->mapToGlobal(pos), button, buttons, Qt::NoModifier);
-    QApplication::sendEvent(w, &event);
 }
 
 // Texts of the actions of the context menu the table opens at pos.
@@ -60,9 +52,7 @@ private slots:
     void init()
     {
         m_editor.reset(new GcpInfoEditor);
-        m_editor->resize(1280, 760);
-        m_editor->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_editor.data()));
+        QVERIFY(Zyn::TestSupport::showExposed(m_editor.data(), QSize(1280, 760)));
         m_editor->setSurvey({point("GCP1", 500000, 5200000, 400), point("GCP2", 500100, 5200100, 401)}, {}, utm32());
         m_table = m_editor->findChild<QTableWidget*>(QStringLiteral("gcp_names_tableWidget"));
         QVERIFY(m_table);

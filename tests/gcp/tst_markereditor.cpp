@@ -10,24 +10,16 @@
 #include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
-#include <QSignalSpy>
-#include <QStackedWidget>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QToolButton>
+#include <QtTest>
 
 #include <cmath>
 
 using namespace Zyn::AppGcp;
+using Zyn::TestSupport::sendMouse;
 using Zyn::UiBase::TaskDialog;
 
 namespace {
-void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton button, Qt::MouseButtons buttons)
-{
-    QMouseEvent event(type, pos, w->mapToGlobal(pos), button, buttons, Qt::NoModifier);
-    QApplication::sendEvent(w, &event);
-}
-
 GcpInfo point(const QString& name)
 {
     GcpInfo gcp;
@@ -58,9 +50,7 @@ private slots:
         m_editor->setMarkerMap(&m_markers);
         m_editor->setGcpMap(&m_gcps);
         m_editor->setFiles(m_photos);
-        m_editor->resize(900, 700);
-        m_editor->show();
-        QVERIFY(QTest::qWaitForWindowExposed(m_editor.data()));
+        QVERIFY(Zyn::TestSupport::showExposed(m_editor.data(), QSize(900, 700)));
         m_pane = m_editor->imagePane();
     }
     void cleanup() { TaskDialog::clearHandler(); }
@@ -226,9 +216,7 @@ private slots:
         QFETCH(double, north);
         static QTemporaryDir flightDir;
         static QStringList flight = Zyn::TestSupport::makeDronePhotos(
-            flightDir.path(), {QStringLiteral("--count"), QStringLiteral("40"), QStringLiteral("--lat"),
-                               QStringLiteral("47.07"), QStringLiteral("--lon"), QStringLiteral("15.44"),
-                               QStringLiteral("--alt"), QStringLiteral("100")});
+            flightDir.path(), {"--count", "40", "--lat", "47.07", "--lon", "15.44", "--alt", "100"});
         QCOMPARE(flight.size(), 40);
         QVector<PhotoGeo> photos;
         for (const QString& path : flight)

@@ -5,9 +5,11 @@
 #include <QDialog>
 #include <QDir>
 #include <QFile>
+#include <QMouseEvent>
 #include <QPointer>
 #include <QProcess>
 #include <QStandardPaths>
+#include <QTest>
 #include <QTimer>
 
 namespace Zyn {
@@ -43,6 +45,26 @@ QStringList makeDronePhotos(const QString& outDir, const QStringList& extraArgs)
     for (const QString& f : dir.entryList({QStringLiteral("*.JPG")}, QDir::Files, QDir::Name))
         files << dir.filePath(f);
     return files;
+}
+
+QStringList makeTargetFlight(const QString& outDir)
+{
+    return makeDronePhotos(outDir, {"--count", "20", "--lat", "47.07", "--lon", "15.44", "--alt", "450", "--agl", "100",
+                                    "--width", "640", "--height", "427", "--gcps", "3", "--target-size", "8"});
+}
+
+bool showExposed(QWidget* w, const QSize& size)
+{
+    if (size.isValid())
+        w->resize(size);
+    w->show();
+    return QTest::qWaitForWindowExposed(w);
+}
+
+void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton button, Qt::MouseButtons buttons)
+{
+    QMouseEvent event(type, pos, w->mapToGlobal(pos), button, buttons, Qt::NoModifier);
+    QApplication::sendEvent(w, &event);
 }
 
 void whenModalShown(const std::function<QWidget*(QWidget*)>& match, const std::function<void(QWidget*)>& action)

@@ -3,6 +3,7 @@
 #include <uibase/TaskDialog.h>
 
 #include <QByteArray>
+#include <QEvent>
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -22,6 +23,16 @@ bool writeFile(const QString& path, const QByteArray& bytes);
 // extraArgs are appended to the tool's defaults (--width 320 --height 240
 // --jobs 1). Empty on failure, with the tool's error logged.
 QStringList makeDronePhotos(const QString& outDir, const QStringList& extraArgs);
+
+// The 20-photo flight over three surveyed targets (gcp_truth.txt,
+// gcp_pixels.csv beside the photos), 100 m above ground, 640x427.
+QStringList makeTargetFlight(const QString& outDir);
+
+// Resizes (when size is valid) and shows w; true once it is exposed.
+bool showExposed(QWidget* w, const QSize& size = QSize());
+
+// Sends one mouse event of type to w at pos, with buttons held.
+void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton button, Qt::MouseButtons buttons);
 
 // Calls action once with the first visible modal widget of type T that
 // appears; rejects it afterwards if the action left it open. Polls on a

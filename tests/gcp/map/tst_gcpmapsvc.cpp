@@ -8,9 +8,6 @@
 
 #include <QPushButton>
 #include <QTableWidget>
-#include <QTemporaryDir>
-
-#include <QSignalSpy>
 #include <QtTest>
 
 using namespace Zyn::AppGcp;
@@ -48,18 +45,8 @@ QVariant eval(GcpMapsVC& maps, const QString& script)
 // Map animations take their time; polls the page until the script answers true.
 bool becomesTrue(GcpMapsVC& maps, const QString& script)
 {
-    QElapsedTimer timer;
-    timer.start();
-    while (!eval(maps, script).toBool()) {
-        if (timer.elapsed() > 20000)
-            return false;
-        QTest::qWait(100);
-    }
-    return true;
+    return QTest::qWaitFor([&] { return eval(maps, script).toBool(); }, 20000);
 }
-
-const char* const kTag = "<table style=\"border:0px\"><tr><td><a onclick=\"onTagPhotoLinkClicked()\" "
-                         "href=\"javascript:void(0);\">Click to tag photos</a></td></tr></table>";
 
 } // namespace
 
@@ -78,20 +65,16 @@ private slots:
     }
     void cleanup() { delete m_maps; }
 
+    // The script starts with expected; the tooltip (after the last comma) names the point and its position.
     void pinScripts_data()
     {
         QTest::addColumn<QString>("code");
         QTest::addColumn<GcpInfo>("gcp");
         QTest::addColumn<QString>("expected");
-        const QString tip = QString("<table style=\"border:0px\"><tr><td>&nbsp;</td><td>%1</td></tr><tr><td>latitude:"
-                                    "</td><td>%2</td></tr><tr><td>longitude:</td><td>%3</td></tr><tr><td>altitude:"
-                                    "</td><td>10.00</td></tr></table>") + kTag;
         QTest::newRow("geographic") << "LL84" << point("GCP1", 8.5, 47.25)
-            << QString("modifyGcpPin('GCP1','47.25000000','8.50000000','GCP1','#112233','gcp',22,22,'%1')")
-                   .arg(tip.arg("GCP1", "47.25000000", "8.50000000"));
+            << "modifyGcpPin('GCP1','47.25000000','8.50000000','GCP1','#112233','gcp',22,22,'<table";
         QTest::newRow("projected, long name") << "EPSG:32633" << point("Bridge north pier", 500000, 0)
-            << QString("modifyGcpPin('Bridge north pier','0.00000000','15.00000000','Bridge no...','#112233','gcp',"
-                       "22,22,'%1')").arg(tip.arg("Bridge north pier", "0.00000000", "15.00000000"));
+            << "modifyGcpPin('Bridge north pier','0.00000000','15.00000000','Bridge no...','#112233','gcp',22,22,'<table";
         QTest::newRow("latitude out of range") << "LL84" << point("P", 8.5, 95) << "removeGcpPin('P')";
         QTest::newRow("unset position") << "LL84" << point("P", 0, 0) << "removeGcpPin('P')";
         QTest::newRow("quote in name") << "LL84" << point("O'Hara", 200, 1) << "removeGcpPin('O\\'Hara')";
@@ -106,7 +89,13 @@ private slots:
         m_maps->scripts.clear();
         m_gcps.insert(gcp.name, gcp);
         m_maps->onGcpInfoAdded(gcp.name);
-        QCOMPARE(m_maps->scripts, QStringList{expected});
+        QCOMPARE(m_maps->scripts.size(), 1);
+        const QString script = m_maps->scripts.first();
+        QVERIFY2(script.startsWith(expected), qPrintable(script));
+        if (script.startsWith("modify")) {
+            QVERIFY(script.contains("<td>" + gcp.name + "</td>") && script.contains("<td>10.00</td>"));
+            QVERIFY(script.contains("Click to tag photos"));
+        }
     }
 
     void hiddenViewDefersPinsAndZoom()
@@ -135,10 +124,7 @@ private slots:
         const QStringList s = m_maps->scripts;
         QCOMPARE(s.first(), QString("clearCameras()"));
         QCOMPARE(s.filter("modifyCamera(").size(), 2);
-        QVERIFY(s.contains("modifyCamera('/p/a.jpg','47.25000000','8.50000000','#1e6ec8','#ffffff',5,0.9,'"
-                           "<table style=\"border:0px\"><tr><td>&nbsp;</td><td>a.jpg</td></tr><tr><td>latitude:</td>"
-                           "<td>47.25000000</td></tr><tr><td>longitude:</td><td>8.50000000</td></tr><tr><td>altitude:"
-                           "</td><td>500.00</td></tr></table>')"));
+        QCOMPARE(s.filter("modifyCamera('/p/a.jpg','47.25000000','8.50000000','#1e6ec8','#ffffff',5,0.9,'").size(), 1);
         QCOMPARE(s.mid(s.size() - 3),
                  (QStringList{"setCameraLoadingProgress(100)", "setCamerasLoadComplete()", "autoZoom(0.2)"}));
         QCOMPARE(eval(*m_maps, "cameraCount()").toInt(), 2);

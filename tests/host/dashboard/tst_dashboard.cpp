@@ -9,11 +9,9 @@
 #include <uibase/IApp.h>
 #include <uitoolkit/ActionPanelVC.h>
 
-#include <QImage>
+#include <support/TestSupport.h>
+
 #include <QLabel>
-#include <QSettings>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QToolButton>
 #include <QTreeWidget>
 #include <QtTest>
@@ -26,9 +24,7 @@ namespace {
 class TileCommand : public CommandBase {
     Q_OBJECT
 public:
-    TileCommand(CmdsViewController* owner, const QString& name, bool paid)
-        : CommandBase(owner)
-        , m_name(name)
+    TileCommand(CmdsViewController* owner, const QString& name, bool paid) : CommandBase(owner), m_name(name)
     {
         setText(name);
         setIsPaidFeature(paid);
@@ -59,10 +55,7 @@ public:
 class RecordingCreateVC : public Zyn::AppCreate::CreateViewController {
     Q_OBJECT
 public:
-    explicit RecordingCreateVC(int* disappeared)
-        : m_disappeared(disappeared)
-    {
-    }
+    explicit RecordingCreateVC(int* disappeared) : m_disappeared(disappeared) {}
     void viewWillDisappear() override
     {
         ++*m_disappeared;
@@ -78,163 +71,145 @@ private:
 class TestDashboard : public QObject {
     Q_OBJECT
 private slots:
-    void initTestCase();
-    void init();
-    void tilesForEveryCommandPaidOnesMarked();
-    void noticesAreShownEscaped();
-    void projectsListFollowsTheService();
-    void panelsOfAPanelArePresentedOnTheDashboard();
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_dir.isValid());
+        m_photo = m_dir.filePath(QStringLiteral("photo.jpg"));
+        QImage image(32, 24, QImage::Format_RGB32);
+        image.fill(Qt::darkCyan);
+        QVERIFY(image.save(m_photo, "JPEG"));
+    }
+
+    void init()
+    {
+        static int n = 0;
+        qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects%1").arg(++n)).toUtf8());
+        QSettings().clear();
+    }
+
+    void tilesForEveryCommandPaidOnesMarked()
+    {
+        DashboardVC dashboard;
+        QWidget* view = dashboard.getView();
+        QVERIFY(Zyn::TestSupport::showExposed(view, QSize(900, 600)));
+        auto* empty = view->findChild<QLabel*>(QStringLiteral("empty_state_label"));
+        QVERIFY(empty->isVisible());
+
+        FakeApp app;
+        QCOMPARE(dashboard.addApp(&app), 2); // the null command is skipped
+        QCOMPARE(dashboard.addApp(&app), 0); // an application is added once
+        QCOMPARE(app.owners, QList<CmdsViewController*>({&dashboard}));
+        QVERIFY(!empty->isVisible());
+
+        const QList<CommandBase*> tiles = dashboard.tileCommands();
+        QCOMPARE(tiles.size(), 2);
+        // The dashboard owns what it was given, parent or not.
+        QCOMPARE(tiles.at(1)->parent(), &dashboard);
+
+        auto* alpha = view->findChild<QToolButton*>(QStringLiteral("tile_Alpha"));
+        auto* beta = view->findChild<QToolButton*>(QStringLiteral("tile_Beta"));
+        QVERIFY(alpha && beta);
+        QVERIFY(!alpha->findChild<QLabel*>(QStringLiteral("paid_badge")));
+        QVERIFY(beta->findChild<QLabel*>(QStringLiteral("paid_badge")));
+
+        QTest::mouseClick(beta, Qt::LeftButton);
+        QCOMPARE(static_cast<TileCommand*>(tiles.at(1))->runs, 1);
+        QCOMPARE(static_cast<TileCommand*>(tiles.at(0))->runs, 0);
+
+        // A command removed from the dashboard loses its tile.
+        dashboard.removeCommand(tiles.at(0));
+        QTRY_VERIFY(!view->findChild<QToolButton*>(QStringLiteral("tile_Alpha")));
+    }
+
+    void noticesAreShownEscaped()
+    {
+        DashboardVC dashboard;
+        QWidget* view = dashboard.getView();
+        view->show();
+        auto* label = view->findChild<QLabel*>(QStringLiteral("plugin_notice_label"));
+        QVERIFY(!label->isVisible());
+        dashboard.addNotice(QStringLiteral("libA.so: <not> a plug-in"));
+        dashboard.addNotice(QStringLiteral("libB.so: wrong interface"));
+        QVERIFY(label->isVisible());
+        QVERIFY(label->text().contains(QStringLiteral("&lt;not&gt;")));
+        QVERIFY(label->text().contains(QStringLiteral("libB.so")));
+        QCOMPARE(dashboard.notices().size(), 2);
+    }
+
+    void projectsListFollowsTheService()
+    {
+        DashboardVC dashboard;
+        QWidget* view = dashboard.getView();
+        QVERIFY(Zyn::TestSupport::showExposed(view, QSize(900, 600)));
+        auto* list = view->findChild<QTreeWidget*>(QStringLiteral("projects_treeWidget"));
+        auto* none = view->findChild<QLabel*>(QStringLiteral("no_projects_label"));
+        QVERIFY(none->isVisible() && !list->isVisible());
+
+        Zyn::AppCreate::ProjectRequest request;
+        request.name = QStringLiteral("Quarry");
+        request.photos = QStringList{m_photo};
+        request.coordSysId = QStringLiteral("LL84");
+        QString folder, error;
+        QVERIFY2(Zyn::AppCreate::ProcessingService::instance()->submitProject(request, &folder, &error), qPrintable(error));
+        QCOMPARE(list->topLevelItemCount(), 1);
+        QVERIFY(list->isVisible() && !none->isVisible());
+        QCOMPARE(list->topLevelItem(0)->text(0), QStringLiteral("Quarry"));
+        QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("Queued"));
+        QCOMPARE(list->topLevelItem(0)->text(2), QStringLiteral("1"));
+
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("Ready"));
+        QCOMPARE(list->topLevelItem(0)->data(0, Qt::UserRole).toString(), folder);
+
+        // A folder someone damaged is listed, as failed, with the reason.
+        QVERIFY(QDir().mkpath(Zyn::AppCreate::ProcessingService::projectsDirectory() + QStringLiteral("/Damaged")));
+        dashboard.refreshProjects();
+        QCOMPARE(list->topLevelItemCount(), 2);
+        QList<QTreeWidgetItem*> damaged = list->findItems(QStringLiteral("Damaged"), Qt::MatchExactly);
+        QCOMPARE(damaged.size(), 1);
+        QCOMPARE(damaged.at(0)->text(1), QStringLiteral("Failed"));
+        QVERIFY(!damaged.at(0)->toolTip(1).isEmpty());
+    }
+
+    void panelsOfAPanelArePresentedOnTheDashboard()
+    {
+        DashboardVC dashboard;
+        QWidget* view = dashboard.getView();
+        QVERIFY(Zyn::TestSupport::showExposed(view, QSize(900, 600)));
+        int disappeared = 0;
+        auto* create = new RecordingCreateVC(&disappeared);
+        create->getView()->setParent(dashboard.getQtWidget());
+        create->Initialize();
+        auto* panel = new Zyn::UiToolkit::ActionPanelVC;
+        panel->setMainView(create->getView());
+        panel->setBackButton(false);
+        dashboard.presentViewController(panel, TransitionFromRight);
+        QCOMPARE(create->KeelCore::Delegator<PresentViewProtocol>::getDelegate(), static_cast<PresentViewProtocol*>(&dashboard));
+
+        // What the create view presents lands on the dashboard, above it.
+        auto* inner = new Zyn::UiToolkit::ActionPanelVC(new BaseViewController);
+        create->presentViewController(inner, TransitionFromRight);
+        QCOMPARE(dashboard.presentedViewControllers().size(), 2);
+        QCOMPARE(dashboard.presentedViewController(), inner);
+        QCOMPARE(inner->getView()->parentWidget(), view);
+
+        dashboard.dismissView(inner);
+        QCOMPARE(dashboard.presentedViewController(), panel);
+
+        // The create panel's cross: the create view is told, then everything goes.
+        QPointer<RecordingCreateVC> guard(create);
+        auto* cross = panel->getView()->findChild<QToolButton*>(QStringLiteral("cross_button"));
+        QTest::mouseClick(cross, Qt::LeftButton);
+        QCOMPARE(disappeared, 1);
+        QVERIFY(!dashboard.presentedViewController());
+        QTRY_VERIFY(guard.isNull());
+    }
 
 private:
     QTemporaryDir m_dir;
     QString m_photo;
 };
-
-void TestDashboard::initTestCase()
-{
-    QStandardPaths::setTestModeEnabled(true);
-    QVERIFY(m_dir.isValid());
-    m_photo = m_dir.filePath(QStringLiteral("photo.jpg"));
-    QImage image(32, 24, QImage::Format_RGB32);
-    image.fill(Qt::darkCyan);
-    QVERIFY(image.save(m_photo, "JPEG"));
-}
-
-void TestDashboard::init()
-{
-    static int n = 0;
-    qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects%1").arg(++n)).toUtf8());
-    QSettings().clear();
-}
-
-void TestDashboard::tilesForEveryCommandPaidOnesMarked()
-{
-    DashboardVC dashboard;
-    QWidget* view = dashboard.getView();
-    view->resize(900, 600);
-    view->show();
-    QVERIFY(QTest::qWaitForWindowExposed(view));
-    auto* empty = view->findChild<QLabel*>(QStringLiteral("empty_state_label"));
-    QVERIFY(empty->isVisible());
-
-    FakeApp app;
-    QCOMPARE(dashboard.addApp(&app), 2); // the null command is skipped
-    QCOMPARE(dashboard.addApp(&app), 0); // an application is added once
-    QCOMPARE(app.owners, QList<CmdsViewController*>({&dashboard}));
-    QCOMPARE(dashboard.appCount(), 1);
-    QVERIFY(!empty->isVisible());
-
-    const QList<CommandBase*> tiles = dashboard.tileCommands();
-    QCOMPARE(tiles.size(), 2);
-    QCOMPARE(tiles.at(0)->getCommandName(), QStringLiteral("Alpha"));
-    // The dashboard owns what it was given, parent or not.
-    QCOMPARE(tiles.at(1)->parent(), &dashboard);
-
-    auto* alpha = view->findChild<QToolButton*>(QStringLiteral("tile_Alpha"));
-    auto* beta = view->findChild<QToolButton*>(QStringLiteral("tile_Beta"));
-    QVERIFY(alpha && beta);
-    QVERIFY(!alpha->findChild<QLabel*>(QStringLiteral("paid_badge")));
-    QVERIFY(beta->findChild<QLabel*>(QStringLiteral("paid_badge")));
-
-    QTest::mouseClick(beta, Qt::LeftButton);
-    QCOMPARE(static_cast<TileCommand*>(tiles.at(1))->runs, 1);
-    QCOMPARE(static_cast<TileCommand*>(tiles.at(0))->runs, 0);
-
-    // A command removed from the dashboard loses its tile.
-    dashboard.removeCommand(tiles.at(0));
-    QTRY_VERIFY(!view->findChild<QToolButton*>(QStringLiteral("tile_Alpha")));
-}
-
-void TestDashboard::noticesAreShownEscaped()
-{
-    DashboardVC dashboard;
-    QWidget* view = dashboard.getView();
-    view->show();
-    auto* label = view->findChild<QLabel*>(QStringLiteral("plugin_notice_label"));
-    QVERIFY(!label->isVisible());
-    dashboard.addNotice(QStringLiteral("libA.so: <not> a plug-in"));
-    dashboard.addNotice(QStringLiteral("libB.so: wrong interface"));
-    QVERIFY(label->isVisible());
-    QVERIFY(label->text().contains(QStringLiteral("&lt;not&gt;")));
-    QVERIFY(label->text().contains(QStringLiteral("libB.so")));
-    QCOMPARE(dashboard.notices().size(), 2);
-}
-
-void TestDashboard::projectsListFollowsTheService()
-{
-    DashboardVC dashboard;
-    QWidget* view = dashboard.getView();
-    view->resize(900, 600);
-    view->show();
-    auto* list = view->findChild<QTreeWidget*>(QStringLiteral("projects_treeWidget"));
-    auto* none = view->findChild<QLabel*>(QStringLiteral("no_projects_label"));
-    QVERIFY(list && none);
-    QVERIFY(none->isVisible());
-    QVERIFY(!list->isVisible());
-
-    Zyn::AppCreate::ProjectRequest request;
-    request.name = QStringLiteral("Quarry");
-    request.photos = QStringList{m_photo};
-    request.coordSysId = QStringLiteral("LL84");
-    QString folder, error;
-    QVERIFY2(Zyn::AppCreate::ProcessingService::instance()->submitProject(request, &folder, &error), qPrintable(error));
-    QCOMPARE(list->topLevelItemCount(), 1);
-    QVERIFY(list->isVisible());
-    QVERIFY(!none->isVisible());
-    QCOMPARE(list->topLevelItem(0)->text(0), QStringLiteral("Quarry"));
-    QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("Queued"));
-    QCOMPARE(list->topLevelItem(0)->text(2), QStringLiteral("1"));
-
-    QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("Ready"));
-    QCOMPARE(list->topLevelItem(0)->data(0, Qt::UserRole).toString(), folder);
-
-    // A folder someone damaged is listed, as failed, with the reason.
-    QVERIFY(QDir().mkpath(Zyn::AppCreate::ProcessingService::projectsDirectory() + QStringLiteral("/Damaged")));
-    dashboard.refreshProjects();
-    QCOMPARE(list->topLevelItemCount(), 2);
-    QList<QTreeWidgetItem*> damaged = list->findItems(QStringLiteral("Damaged"), Qt::MatchExactly);
-    QCOMPARE(damaged.size(), 1);
-    QCOMPARE(damaged.at(0)->text(1), QStringLiteral("Failed"));
-    QVERIFY(!damaged.at(0)->toolTip(1).isEmpty());
-}
-
-void TestDashboard::panelsOfAPanelArePresentedOnTheDashboard()
-{
-    DashboardVC dashboard;
-    QWidget* view = dashboard.getView();
-    view->resize(900, 600);
-    view->show();
-    QVERIFY(QTest::qWaitForWindowExposed(view));
-
-    int disappeared = 0;
-    auto* create = new RecordingCreateVC(&disappeared);
-    create->getView()->setParent(dashboard.getQtWidget());
-    create->Initialize();
-    auto* panel = new Zyn::UiToolkit::ActionPanelVC;
-    panel->setMainView(create->getView());
-    panel->setBackButton(false);
-    dashboard.presentViewController(panel, TransitionFromRight);
-    QCOMPARE(create->KeelCore::Delegator<PresentViewProtocol>::getDelegate(), static_cast<PresentViewProtocol*>(&dashboard));
-
-    // What the create view presents lands on the dashboard, above it.
-    auto* inner = new Zyn::UiToolkit::ActionPanelVC(new BaseViewController);
-    create->presentViewController(inner, TransitionFromRight);
-    QCOMPARE(dashboard.presentedViewControllers().size(), 2);
-    QCOMPARE(dashboard.presentedViewController(), inner);
-    QCOMPARE(inner->getView()->parentWidget(), view);
-
-    dashboard.dismissView(inner);
-    QCOMPARE(dashboard.presentedViewController(), panel);
-
-    // The create panel's cross: the create view is told, then everything goes.
-    QPointer<RecordingCreateVC> guard(create);
-    auto* cross = panel->getView()->findChild<QToolButton*>(QStringLiteral("cross_button"));
-    QTest::mouseClick(cross, Qt::LeftButton);
-    QCOMPARE(disappeared, 1);
-    QVERIFY(!dashboard.presentedViewController());
-    QTRY_VERIFY(guard.isNull());
-}
 
 QTEST_MAIN(TestDashboard)
 #include "tst_dashboard.moc"

@@ -1,12 +1,6 @@
 #include <keelcore/Dispatch.h>
 #include <keelcore/SharedObject.h>
 
-#include <QCoreApplication>
-#include <QMutex>
-#include <QMutexLocker>
-#include <QSemaphore>
-#include <QStringList>
-#include <QThread>
 #include <QtTest>
 
 #include <atomic>

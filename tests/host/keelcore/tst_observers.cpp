@@ -1,8 +1,6 @@
 #include <keelcore/Broadcaster.h>
 #include <keelcore/SharedObject.h>
 
-#include <QObject>
-#include <QStringList>
 #include <QtTest>
 
 #include <memory>
@@ -60,45 +58,30 @@ private slots:
     void weakRefFollowsTheObjectsLife()
     {
         QStringList log;
-        auto* object = new SharedListener(QStringLiteral("a"), &log);
-        KeelCore::WeakRef<SharedListener> ref = object->weakRef();
+        auto shared = std::make_unique<SharedListener>("a", &log);
+        KeelCore::WeakRef<SharedListener> ref = shared->weakRef();
         KeelCore::WeakRef<SharedListener> copy = ref;
-        QCOMPARE(ref.lock(), object);
-        QVERIFY(!ref.expired());
-        QVERIFY(bool(ref));
-        delete object;
-        QVERIFY(ref.expired());
-        QVERIFY(!ref);
-        QCOMPARE(ref.lock(), nullptr);
-        QCOMPARE(copy.lock(), nullptr);
-        QVERIFY(KeelCore::WeakRef<SharedListener>().expired());
-    }
-
-    void makeWeakTracksSharedObjectsAndKeepsOthers()
-    {
-        QStringList log;
-        auto shared = std::make_unique<SharedListener>(QStringLiteral("a"), &log);
-        Listener* asListener = shared.get();
-        KeelCore::WeakRef<Listener> tracked = KeelCore::makeWeak(asListener);
-        QCOMPARE(tracked.lock(), asListener);
+        KeelCore::WeakRef<Listener> tracked = KeelCore::makeWeak(static_cast<Listener*>(shared.get()));
+        QCOMPARE(ref.lock(), shared.get());
+        QVERIFY(!ref.expired() && bool(tracked));
         shared.reset();
+        QVERIFY(ref.expired() && !ref && !tracked);
+        QCOMPARE(copy.lock(), nullptr);
         QCOMPARE(tracked.lock(), nullptr);
+        QVERIFY(KeelCore::WeakRef<SharedListener>().expired());
 
         // Untracked objects count as living as long as the reference.
         PlainListener plain;
-        KeelCore::WeakRef<PlainListener> untracked = KeelCore::makeWeak(&plain);
-        QCOMPARE(untracked.lock(), &plain);
-        QVERIFY(!untracked.expired());
-
+        QCOMPARE(KeelCore::makeWeak(&plain).lock(), &plain);
         QVERIFY(KeelCore::makeWeak<PlainListener>(nullptr).expired());
     }
 
     void broadcastReachesObserversInOrderOnce()
     {
         QStringList log;
-        SharedListener a(QStringLiteral("a"), &log);
-        QObjectListener b(QStringLiteral("b"), &log);
-        SharedListener c(QStringLiteral("c"), &log);
+        SharedListener a("a", &log);
+        QObjectListener b("b", &log);
+        SharedListener c("c", &log);
         Source source;
         source.addObserver(&a);
         source.addObserver(&b);
@@ -109,11 +92,9 @@ private slots:
         notifyAll(source);
         QCOMPARE(log, (QStringList{"a", "b", "c"}));
 
-        log.clear();
         source.removeObserver(&b);
-        QVERIFY(!source.hasObserver(&b));
         notifyAll(source);
-        QCOMPARE(log, (QStringList{"a", "c"}));
+        QCOMPARE(log, (QStringList{"a", "b", "c", "a", "c"}));
     }
 
     void destroyedObserversAreSkippedAndForgotten()

@@ -1,9 +1,5 @@
 #include <maps/MapsViewController.h>
 
-#include <QDir>
-#include <QFile>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using Zyn::UiToolkit::MapsViewController;

@@ -1,10 +1,6 @@
 #include <services/ApplicationService.h>
 #include <services/ConfigManager.h>
 
-#include <QDir>
-#include <QFile>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <thread>
@@ -39,12 +35,8 @@ private slots:
         ConfigManager config(path());
         QVERIFY(config.isHealthy());
         QVERIFY(!config.contains("a/b"));
-        QCOMPARE(config.getInt("a/b", 7), 7);
-        QCOMPARE(config.getBool("a/b", true), true);
-        QCOMPARE(config.getDouble("a/b", 1.25), 1.25);
         QCOMPARE(config.getString("a/b", "x"), QStringLiteral("x"));
         QCOMPARE(config.getIntList("a/b", {1, 2}), (QList<int>{1, 2}));
-        QCOMPARE(config.getValue("a/b", 3), QVariant(3));
         QCOMPARE(config.getInt(QString(), 4), 4);
     }
 
@@ -82,7 +74,6 @@ private slots:
         QTest::addColumn<QList<int>>("asList");
         const QList<int> noList{-1};
         QTest::newRow("integer") << QByteArray("v=42") << 42 << false << 42.0 << QList<int>{42};
-        QTest::newRow("spaces") << QByteArray("v= 8 ") << 8 << false << 8.0 << QList<int>{8};
         QTest::newRow("word") << QByteArray("v=many") << -1 << false << -1.0 << noList;
         QTest::newRow("boolean") << QByteArray("v=true") << -1 << true << -1.0 << noList;
         QTest::newRow("yes") << QByteArray("v=yes") << -1 << true << -1.0 << noList;
@@ -140,14 +131,10 @@ private slots:
         QCOMPARE(config.getInt("a/b", 3), 3);
         config.setValue("a/b", 4); // must not crash nor remove the folder
         QVERIFY(QFileInfo(path("folder.ini")).isDir());
-    }
-
-    void missingFolderIsCreated()
-    {
-        const QString nested = m_dir->filePath("deep/er/zynphoto.ini");
-        ConfigManager config(nested);
-        config.setValue("a/b", 1);
-        QVERIFY(QFileInfo::exists(nested));
+        // A missing folder, though, is created.
+        ConfigManager nested(path("deep/er/zynphoto.ini"));
+        nested.setValue("a/b", 1);
+        QVERIFY(QFileInfo::exists(path("deep/er/zynphoto.ini")));
     }
 
     void concurrentUseFromWorkers()
@@ -178,7 +165,6 @@ private slots:
         // Test mode keeps the user's real configuration out of reach.
         QVERIFY(standard.contains(".qttest"));
         QCOMPARE(Zyn::Services::ApplicationService::GetInstance()->GetConfigManager()->filePath(), standard);
-        QCOMPARE(Zyn::Services::ApplicationService::GetInstance(), Zyn::Services::ApplicationService::GetInstance());
 
         qputenv("ZYN_CONFIG_FILE", path("override.ini").toUtf8());
         QCOMPARE(Zyn::Services::ApplicationService::defaultConfigFilePath(), path("override.ini"));

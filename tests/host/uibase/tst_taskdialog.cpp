@@ -1,36 +1,28 @@
 #include <uibase/TaskDialog.h>
 
-#include <QApplication>
+#include <support/TestSupport.h>
+
 #include <QDialog>
 #include <QLabel>
 #include <QPushButton>
-#include <QPointer>
-#include <QTimer>
 #include <QtTest>
-
-#include <support/TestSupport.h>
-
-#include <functional>
 
 using Zyn::UiBase::TaskDialog;
 
 namespace {
 
-bool clickButton(QDialog* dialog, const QString& objectName)
-{
-    auto* button = dialog->findChild<QPushButton*>(objectName);
-    if (!button || !button->isVisible())
-        return false;
-    QTest::mouseClick(button, Qt::LeftButton);
-    return true;
-}
-
-QStringList buttonNames(QDialog* dialog)
+// The dialog's buttons by name, sorted; clicks the one named click if it is shown.
+QStringList buttonsThenClick(QDialog* dialog, const QString& click)
 {
     QStringList names;
-    const QList<QPushButton*> buttons = dialog->findChildren<QPushButton*>();
-    for (QPushButton* button : buttons)
+    QPushButton* target = nullptr;
+    for (QPushButton* button : dialog->findChildren<QPushButton*>()) {
         names << button->objectName();
+        if (button->objectName() == click && button->isVisible())
+            target = button;
+    }
+    if (target)
+        QTest::mouseClick(target, Qt::LeftButton);
     names.sort();
     return names;
 }
@@ -52,20 +44,13 @@ private slots:
             requests << request;
             return int(TaskDialog::IconButtonResult);
         });
-        const QList<TaskDialog::IconButton> icons{
-            {":/resources/images/sys_message_box_button_yes.png", "Continue"}};
-        const int result = TaskDialog::showWarningMessage(&parent, "Some photos do not have GPS data",
-                                                          "The output will not be geolocated.",
-                                                          TaskDialog::IconButtonsOnly, icons);
-        QCOMPARE(result, int(TaskDialog::IconButtonResult));
+        QCOMPARE(TaskDialog::showWarningMessage(&parent, "No GPS", "The output will not be geolocated.",
+                                                TaskDialog::IconButtonsOnly, {{QString(), "Continue"}}),
+                 int(TaskDialog::IconButtonResult));
         QCOMPARE(requests.size(), 1);
         const TaskDialog::Request& r = requests.first();
         QCOMPARE(r.kind, TaskDialog::Warning);
-        QCOMPARE(r.mainText, QStringLiteral("Some photos do not have GPS data"));
         QCOMPARE(r.secondaryText, QStringLiteral("The output will not be geolocated."));
-        QCOMPARE(r.buttonSet, 5);
-        QCOMPARE(r.iconButtons.size(), 1);
-        QCOMPARE(r.iconButtons.first().icon, QStringLiteral(":/resources/images/sys_message_box_button_yes.png"));
         QCOMPARE(r.iconButtons.first().label, QStringLiteral("Continue"));
         QCOMPARE(r.parent.data(), &parent);
 
@@ -82,28 +67,21 @@ private slots:
     {
         QWidget parent;
         parent.show();
-        QString mainText;
-        QString secondaryText;
-        bool mainBold = false;
+        QString mainText, secondaryText;
         QStringList names;
         QWidget* dialogParent = nullptr;
-        bool clicked = false;
         Zyn::TestSupport::whenModalShown<QDialog>([&](QDialog* dialog) {
             mainText = dialog->findChild<QLabel*>("main_text_label")->text();
-            mainBold = dialog->findChild<QLabel*>("main_text_label")->font().bold();
             secondaryText = dialog->findChild<QLabel*>("secondary_text_label")->text();
-            names = buttonNames(dialog);
             dialogParent = dialog->parentWidget();
-            clicked = clickButton(dialog, "icon_button_1");
+            names = buttonsThenClick(dialog, "icon_button_1");
         });
         const int result = TaskDialog::showWarningMessage(
             &parent, "Some photos do not have GPS data", "The output will not be geolocated.",
             TaskDialog::IconButtonsOnly,
             {{":/resources/images/sys_message_box_button_yes.png", "Continue"}, {QString(), "Stop"}});
-        QVERIFY(clicked);
         QCOMPARE(result, TaskDialog::IconButtonResult + 1);
         QCOMPARE(mainText, QStringLiteral("Some photos do not have GPS data"));
-        QVERIFY(mainBold);
         QCOMPARE(secondaryText, QStringLiteral("The output will not be geolocated."));
         QCOMPARE(names, (QStringList{"icon_button_0", "icon_button_1"}));
         QCOMPARE(dialogParent, &parent);
@@ -128,6 +106,8 @@ private slots:
         // Without icon buttons the dialog still offers a way out.
         QTest::newRow("nothing to click") << int(TaskDialog::IconButtonsOnly) << "ok_button"
                                           << QStringList{"ok_button"} << int(TaskDialog::Ok);
+        QTest::newRow("escape") << int(TaskDialog::YesNoButtons) << "" << QStringList{"no_button", "yes_button"}
+                                << int(TaskDialog::Rejected);
     }
     void buttonSetsAnswerTheirButton()
     {
@@ -138,21 +118,15 @@ private slots:
         QStringList names;
         bool secondaryVisible = true;
         Zyn::TestSupport::whenModalShown<QDialog>([&](QDialog* dialog) {
-            names = buttonNames(dialog);
             secondaryVisible = dialog->findChild<QLabel*>("secondary_text_label")->isVisible();
-            clickButton(dialog, click);
+            names = buttonsThenClick(dialog, click);
+            if (click.isEmpty())
+                QTest::keyClick(dialog, Qt::Key_Escape);
         });
         const int result = TaskDialog::showErrorMessage(nullptr, "Enter a project name.", QString(), buttonSet);
         QCOMPARE(names, buttons);
         QVERIFY(!secondaryVisible);
         QCOMPARE(result, expected);
-    }
-
-    void escapeRejects()
-    {
-        Zyn::TestSupport::whenModalShown<QDialog>([](QDialog* dialog) { QTest::keyClick(dialog, Qt::Key_Escape); });
-        QCOMPARE(TaskDialog::showErrorMessage(nullptr, "Main", "Second", TaskDialog::YesNoButtons),
-                 int(TaskDialog::Rejected));
     }
 
     void parentDestroyedWhileOpen()

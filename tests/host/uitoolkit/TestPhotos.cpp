@@ -122,16 +122,4 @@ bool writeCorrupt(const QString& path)
     return file.write(bytes) == bytes.size();
 }
 
-QImage readExifThumbnail(const QString& path)
-{
-    ExifData* data = exif_data_new_from_file(QFile::encodeName(path).constData());
-    if (!data)
-        return QImage();
-    QImage thumb;
-    if (data->data && data->size > 0)
-        thumb.loadFromData(data->data, int(data->size), "JPEG");
-    exif_data_unref(data);
-    return thumb;
-}
-
 } // namespace TestPhotos

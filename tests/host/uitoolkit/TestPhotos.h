@@ -22,7 +22,4 @@ bool writePhoto(const QString& path, const QSize& size, int seed, bool withExifT
 // A file named like a photo whose bytes are not an image.
 bool writeCorrupt(const QString& path);
 
-// The EXIF thumbnail embedded in a file, null when it has none.
-QImage readExifThumbnail(const QString& path);
-
 } // namespace TestPhotos

@@ -3,7 +3,6 @@
 #include <uitoolkit/ThumbnailListModel.h>
 #include <uitoolkit/ThumbnailProxyModel.h>
 
-#include <QSignalSpy>
 #include <QtTest>
 
 using Zyn::UiToolkit::IThumbnailItem;
@@ -12,16 +11,11 @@ using Zyn::UiToolkit::ThumbnailProxyModel;
 using ItemPtr = QSharedPointer<IThumbnailItem>;
 
 namespace {
-ItemPtr fake(const QString& path)
-{
-    return ItemPtr(new FakeThumbnailItem(path));
-}
-
 QVector<ItemPtr> fakes(const QStringList& paths)
 {
     QVector<ItemPtr> items;
     for (const QString& path : paths)
-        items << fake(path);
+        items << ItemPtr(new FakeThumbnailItem(path));
     return items;
 }
 } // namespace
@@ -37,7 +31,6 @@ private slots:
         batch.insert(1, ItemPtr());
         const QVector<ItemPtr> added = model.appendItems(batch);
         QCOMPARE(added.size(), 2);
-        QCOMPARE(model.rowCount(), 2);
         QCOMPARE(inserted.count(), 1);
         QCOMPARE(model.paths(), QStringList({"/p/a.jpg", "/p/b.jpg"}));
 
@@ -46,7 +39,6 @@ private slots:
         QCOMPARE(again.size(), 1);
         QCOMPARE(again.first()->path(), QString("/p/c.jpg"));
         QCOMPARE(model.rowOf("/p/c.jpg"), 2);
-        QCOMPARE(model.checkedCount(), 3);
         QCOMPARE(model.index(2).data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
 
         // Nothing new: no rows inserted.
@@ -86,7 +78,6 @@ private slots:
         model.appendItems(fakes({"/p/a.jpg", "/p/b.jpg"}));
         QSignalSpy checked(&model, &ThumbnailListModel::checkedChanged);
         QVERIFY(model.setData(model.index(0), Qt::Unchecked, Qt::CheckStateRole));
-        QCOMPARE(model.checkedCount(), 1);
         QVERIFY(!model.isChecked(0));
         // Setting the same state again is not a change.
         QVERIFY(model.setData(model.index(0), Qt::Unchecked, Qt::CheckStateRole));
@@ -97,7 +88,6 @@ private slots:
         model.setAllChecked(true);
         QCOMPARE(model.checkedCount(), 2);
         QCOMPARE(checked.count(), 3);
-        QVERIFY(model.flags(model.index(0)) & Qt::ItemIsUserCheckable);
     }
 
     void itemChangeReachesTheRightRowAfterRemoval()
@@ -154,8 +144,6 @@ private slots:
         proxy.setSourceModel(&model);
         const QStringList byName = {"/c/DSC_5.JPG", "/b/IMG_1.jpg", "/a/img_2.jpg", "/a/IMG_10.jpg", "/z/IMG_10.jpg"};
         QCOMPARE(proxy.pathsInOrder(), byName);
-        QCOMPARE(proxy.index(0, 0).data(ThumbnailListModel::PathRole).toString(), byName.first());
-
         model.setChecked("/a/img_2.jpg", false);
         QStringList checkedOnly = byName;
         checkedOnly.removeAll("/a/img_2.jpg");
@@ -168,7 +156,6 @@ private slots:
         proxy.setNameFilter(QString());
         proxy.setSortMode(ThumbnailProxyModel::AsAdded);
         QCOMPARE(proxy.pathsInOrder(), model.paths());
-        QCOMPARE(proxy.index(0, 0).data(ThumbnailListModel::PathRole).toString(), QString("/z/IMG_10.jpg"));
 
         proxy.setSortMode(ThumbnailProxyModel::ByName, Qt::DescendingOrder);
         QStringList reversed = byName;
@@ -179,7 +166,6 @@ private slots:
         // A new photo lands in its sorted place.
         proxy.setSortMode(ThumbnailProxyModel::ByName);
         model.appendItems(fakes({"/q/IMG_3.jpg"}));
-        QCOMPARE(proxy.pathsInOrder().indexOf("/q/IMG_3.jpg"), 3);
         QCOMPARE(proxy.index(3, 0).data(ThumbnailListModel::PathRole).toString(), QString("/q/IMG_3.jpg"));
     }
 };

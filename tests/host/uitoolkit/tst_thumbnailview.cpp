@@ -1,135 +1,110 @@
 #include "FakeThumbnailItem.h"
 
-#include <keelcore/Dispatch.h>
+#include <support/TestSupport.h>
 #include <uitoolkit/ThumbnailDelegate.h>
 #include <uitoolkit/ThumbnailListModel.h>
 #include <uitoolkit/ThumbnailView.h>
 
 #include <QScrollBar>
-#include <QSignalSpy>
 #include <QtTest>
 
 using Zyn::UiToolkit::IThumbnailItem;
 using Zyn::UiToolkit::ThumbnailDelegate;
 using Zyn::UiToolkit::ThumbnailListModel;
 using Zyn::UiToolkit::ThumbnailView;
-using ItemPtr = QSharedPointer<IThumbnailItem>;
+
+namespace {
+// A shown view over count fake photos.
+struct Shown {
+    ThumbnailListModel model;
+    ThumbnailView view;
+    QVector<FakeThumbnailItem*> items;
+
+    bool open(const QSize& size, int count)
+    {
+        view.setModel(&model);
+        if (!Zyn::TestSupport::showExposed(&view, size))
+            return false;
+        QVector<QSharedPointer<IThumbnailItem>> batch;
+        for (int i = 0; i < count; ++i) {
+            items << new FakeThumbnailItem(QString("/photos/p%1.jpg").arg(i, 4, 10, QChar('0')));
+            batch << QSharedPointer<IThumbnailItem>(items.last());
+        }
+        model.appendItems(batch);
+        return QTest::qWaitFor([this] { return view.visualRect(model.index(model.rowCount() - 1)).isValid(); });
+    }
+    QRect tile(int row) const { return view.visualRect(model.index(row)); }
+    void click(const QPoint& at) { QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, at); }
+};
+} // namespace
 
 class TestThumbnailView : public QObject {
     Q_OBJECT
-private:
-    QVector<FakeThumbnailItem*> fill(ThumbnailListModel& model, int count)
-    {
-        QVector<ItemPtr> items;
-        QVector<FakeThumbnailItem*> raw;
-        for (int i = 0; i < count; ++i) {
-            auto* item = new FakeThumbnailItem(QString("/photos/p%1.jpg").arg(i, 4, 10, QChar('0')));
-            items << ItemPtr(item);
-            raw << item;
-        }
-        model.appendItems(items);
-        return raw;
-    }
-
 private slots:
-    void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
-
     void everyPhotoIsRequestedAndVisibleOnesRaised()
     {
-        ThumbnailListModel model;
-        ThumbnailView view;
-        view.resize(4 * ThumbnailDelegate::tileSize().width() + 40, 3 * ThumbnailDelegate::tileSize().height());
-        view.setModel(&model);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        const QVector<FakeThumbnailItem*> items = fill(model, 200);
-
-        for (FakeThumbnailItem* item : items)
+        Shown s;
+        const QSize tile = ThumbnailDelegate::tileSize();
+        QVERIFY(s.open(QSize(4 * tile.width() + 40, 3 * tile.height()), 200));
+        for (FakeThumbnailItem* item : s.items)
             QVERIFY(item->requests >= 1);
         // The first page is raised to visible priority, the last tile is not on screen.
-        QTRY_COMPARE(items.first()->lastPriority, IThumbnailItem::Visible);
-        QCOMPARE(items.last()->lastPriority, IThumbnailItem::Background);
-        const QVector<IThumbnailItem*> top = view.visibleItems();
-        QVERIFY(top.size() >= 4);
-        QVERIFY(top.size() <= 20);
-        QVERIFY(top.contains(items.first()));
-        QVERIFY(!top.contains(items.last()));
+        QTRY_COMPARE(s.items.first()->lastPriority, IThumbnailItem::Visible);
+        QCOMPARE(s.items.last()->lastPriority, IThumbnailItem::Background);
+        const QVector<IThumbnailItem*> top = s.view.visibleItems();
+        QVERIFY(top.size() >= 4 && top.size() <= 20);
+        QVERIFY(top.contains(s.items.first()) && !top.contains(s.items.last()));
 
-        view.verticalScrollBar()->setValue(view.verticalScrollBar()->maximum());
-        QTRY_COMPARE(items.last()->lastPriority, IThumbnailItem::Visible);
-        const QVector<IThumbnailItem*> bottom = view.visibleItems();
-        QVERIFY(bottom.contains(items.last()));
-        QVERIFY(!bottom.contains(items.first()));
+        s.view.verticalScrollBar()->setValue(s.view.verticalScrollBar()->maximum());
+        QTRY_COMPARE(s.items.last()->lastPriority, IThumbnailItem::Visible);
+        const QVector<IThumbnailItem*> bottom = s.view.visibleItems();
+        QVERIFY(bottom.contains(s.items.last()) && !bottom.contains(s.items.first()));
     }
 
     void checkBoxClickTogglesWithoutHighlighting()
     {
-        ThumbnailListModel model;
-        ThumbnailView view;
-        view.resize(800, 500);
-        view.setModel(&model);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        fill(model, 6);
-        QTRY_VERIFY(view.visualRect(model.index(1)).isValid());
-
-        const QRect tile = view.visualRect(model.index(1));
-        QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier,
-                          ThumbnailDelegate::checkBoxRect(tile).center());
-        QVERIFY(!model.isChecked(1));
-        QCOMPARE(model.checkedCount(), 5);
-        QVERIFY(!view.selectionModel()->isSelected(model.index(1)));
-        QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier,
-                          ThumbnailDelegate::checkBoxRect(tile).center());
-        QVERIFY(model.isChecked(1));
-
+        Shown s;
+        QVERIFY(s.open(QSize(800, 500), 6));
+        const QRect tile = s.tile(1);
+        s.click(ThumbnailDelegate::checkBoxRect(tile).center());
+        QVERIFY(!s.model.isChecked(1));
+        QCOMPARE(s.model.checkedCount(), 5);
+        QVERIFY(!s.view.selectionModel()->isSelected(s.model.index(1)));
+        s.click(ThumbnailDelegate::checkBoxRect(tile).center());
+        QVERIFY(s.model.isChecked(1));
         // A click on the picture highlights it and leaves the check alone.
-        QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, tile.center());
-        QVERIFY(view.selectionModel()->isSelected(model.index(1)));
-        QVERIFY(model.isChecked(1));
+        s.click(tile.center());
+        QVERIFY(s.view.selectionModel()->isSelected(s.model.index(1)));
+        QVERIFY(s.model.isChecked(1));
         // Space toggles the current tile.
-        QTest::keyClick(&view, Qt::Key_Space);
-        QVERIFY(!model.isChecked(1));
+        QTest::keyClick(&s.view, Qt::Key_Space);
+        QVERIFY(!s.model.isChecked(1));
     }
 
     void deleteKeyAsksForRemovalOnlyWithAHighlight()
     {
-        ThumbnailListModel model;
-        ThumbnailView view;
-        view.resize(800, 500);
-        view.setModel(&model);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        fill(model, 3);
-        QSignalSpy remove(&view, &ThumbnailView::removeRequested);
-        QTest::keyClick(&view, Qt::Key_Delete);
+        Shown s;
+        QVERIFY(s.open(QSize(800, 500), 3));
+        QSignalSpy remove(&s.view, &ThumbnailView::removeRequested);
+        QTest::keyClick(&s.view, Qt::Key_Delete);
         QCOMPARE(remove.count(), 0);
-        QTRY_VERIFY(view.visualRect(model.index(2)).isValid());
-        QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, view.visualRect(model.index(2)).center());
-        QTest::keyClick(&view, Qt::Key_Delete);
+        s.click(s.tile(2).center());
+        QTest::keyClick(&s.view, Qt::Key_Delete);
         QCOMPARE(remove.count(), 1);
     }
 
     void tilesPaintEveryState()
     {
-        ThumbnailListModel model;
-        ThumbnailView view;
-        view.resize(800, 300);
-        view.setModel(&model);
-        view.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&view));
-        const QVector<FakeThumbnailItem*> items = fill(model, 3);
+        Shown s;
+        QVERIFY(s.open(QSize(800, 300), 3));
         QImage red(160, 120, QImage::Format_RGB32);
         red.fill(Qt::red);
-        items[0]->finish(red);
-        items[1]->finish(QImage());
-        QTRY_VERIFY(view.visualRect(model.index(2)).isValid());
-        const QImage shot = view.viewport()->grab().toImage();
-        const QRect first = ThumbnailDelegate::imageRect(view.visualRect(model.index(0)));
-        // Away from the check box, the ready tile shows its red picture.
-        QCOMPARE(QColor(shot.pixel(first.center())), QColor(Qt::red));
-        const QRect loading = ThumbnailDelegate::imageRect(view.visualRect(model.index(2)));
-        QVERIFY(QColor(shot.pixel(loading.center() + QPoint(0, 30))) != QColor(Qt::red));
+        s.items[0]->finish(red);
+        s.items[1]->finish(QImage());
+        const QImage shot = s.view.viewport()->grab().toImage();
+        // Away from the check box, the ready tile shows its red picture; the loading one does not.
+        QCOMPARE(QColor(shot.pixel(ThumbnailDelegate::imageRect(s.tile(0)).center())), QColor(Qt::red));
+        QVERIFY(QColor(shot.pixel(ThumbnailDelegate::imageRect(s.tile(2)).center() + QPoint(0, 30))) != QColor(Qt::red));
     }
 };
 

@@ -2,10 +2,8 @@
 
 #include <TestPhotos.h>
 
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QWheelEvent>
+#include <QtTest>
 
 #include <cmath>
 

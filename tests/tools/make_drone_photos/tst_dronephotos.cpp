@@ -3,13 +3,6 @@
 #include <make_drone_photos/ExifWriter.h>
 #include <make_drone_photos/FlightPlan.h>
 
-#include <QBuffer>
-#include <QDir>
-#include <QFile>
-#include <QImage>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <libexif/exif-data.h>
@@ -42,6 +35,17 @@ double metresBetween(double lat1, double lon1, double lat2, double lon2)
     return std::hypot(dn, de);
 }
 
+QString tool()
+{
+    return QDir(qEnvironmentVariable("ZYN_TOOLS_DIR")).filePath("make_drone_photos");
+}
+
+std::unique_ptr<ExifData, void (*)(ExifData*)> readExif(const QByteArray& photo)
+{
+    return {exif_data_new_from_data(reinterpret_cast<const unsigned char*>(photo.constData()), unsigned(photo.size())),
+            exif_data_unref};
+}
+
 } // namespace
 
 class TestDronePhotos : public QObject
@@ -49,353 +53,283 @@ class TestDronePhotos : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        QStandardPaths::setTestModeEnabled(true);
+        QVERIFY(m_tmp.isValid());
+    }
 
-    void degreesPerMetreOnTheEllipsoid();
-    void dmsRoundTripAndCarry_data();
-    void dmsRoundTripAndCarry();
-    void spreadPicksEvenlyFromEitherEnd();
-    void lawnMowerGivesTheSurveyOverlaps_data();
-    void lawnMowerGivesTheSurveyOverlaps();
+    void degreesPerMetreOnTheEllipsoid()
+    {
+        // Reference lengths of one degree on WGS 84.
+        double dLat = 0, dLon = 0;
+        metresToDegrees(0.0, 111319.49, 110574.27, dLat, dLon);
+        QVERIFY(qAbs(dLat - 1.0) < 1e-4 && qAbs(dLon - 1.0) < 1e-4);
+        metresToDegrees(-45.0, -78846.81, -111131.75, dLat, dLon);
+        QVERIFY(qAbs(dLat + 1.0) < 1e-4 && qAbs(dLon + 1.0) < 1e-4);
+    }
 
-    void exifSegmentReadsBackInBothByteOrders_data();
-    void exifSegmentReadsBackInBothByteOrders();
-    void exifSegmentCarriesTheThumbnail();
-    void oversizedSegmentIsRefused();
-    void spliceNeedsAJpeg();
+    void dmsRoundTripAndCarry_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<bool>("latitude");
+        QTest::addColumn<uint>("degrees");
+        QTest::addColumn<uint>("minutes");
+        QTest::addColumn<char>("ref");
+        QTest::newRow("north") << 47.3769 << true << 47u << 22u << 'N';
+        QTest::newRow("south") << -33.9 << true << 33u << 54u << 'S';
+        QTest::newRow("west") << -122.25 << false << 122u << 15u << 'W';
+        QTest::newRow("east near 180") << 179.999999 << false << 179u << 59u << 'E';
+        QTest::newRow("just below a whole degree") << 10.99999999999 << true << 11u << 0u << 'N';
+        QTest::newRow("negative zero") << -0.0 << true << 0u << 0u << 'N';
+        QTest::newRow("tiny west") << -0.0000001 << false << 0u << 0u << 'W';
+    }
 
-    void overlappingPhotosShowTheSameGround();
+    void dmsRoundTripAndCarry()
+    {
+        QFETCH(double, value);
+        QFETCH(bool, latitude);
+        QFETCH(uint, degrees);
+        QFETCH(uint, minutes);
+        QFETCH(char, ref);
+        const DmsAngle a = latitude ? DmsAngle::fromDecimal(value, 'N', 'S') : DmsAngle::fromDecimal(value, 'E', 'W');
+        QCOMPARE(a.degrees, degrees);
+        QCOMPARE(a.minutes, minutes);
+        QCOMPARE(a.ref, ref);
+        QVERIFY(a.microSeconds < 60000000u);
+        // Half a microsecond of arc is the rounding limit.
+        QVERIFY(qAbs(a.decimal() - value) <= 0.5e-6 / 3600.0 + 1e-15);
+    }
 
-    void toolRejectsBadArguments_data();
-    void toolRejectsBadArguments();
-    void toolIsDeterministicPerSeed();
+    void spreadPicksEvenlyFromEitherEnd()
+    {
+        QCOMPARE(spreadIndices(10, 1, true), std::vector<int>({9}));
+        QCOMPARE(spreadIndices(10, 2, true), std::vector<int>({4, 9}));
+        QCOMPARE(spreadIndices(10, 2, false), std::vector<int>({0, 5}));
+        QCOMPARE(spreadIndices(5, 9, true).size(), size_t(5));
+        QVERIFY(spreadIndices(5, 0, true).empty());
+        QVERIFY(spreadIndices(0, 3, false).empty());
+        for (int total : {7, 100, 501}) {
+            for (int count : {3, 7, 50}) {
+                const std::vector<int> picked = spreadIndices(total, count, true);
+                QCOMPARE(int(picked.size()), std::min(count, total));
+                QCOMPARE(picked.back(), total - 1);
+                const int fair = (total + count - 1) / count;
+                for (size_t k = 1; k < picked.size(); ++k)
+                    QVERIFY(picked[k] > picked[k - 1] && picked[k] - picked[k - 1] <= fair);
+            }
+        }
+    }
+
+    void lawnMowerGivesTheSurveyOverlaps_data()
+    {
+        QTest::addColumn<double>("lat");
+        QTest::addColumn<double>("lon");
+        QTest::addColumn<double>("height");
+        QTest::addColumn<int>("count");
+        QTest::newRow("temperate north-east, 500") << 47.3769 << 8.5417 << 100.0 << 500;
+        QTest::newRow("western, 1") << 45.0 << -122.0 << 120.0 << 1;
+        QTest::newRow("across the antimeridian") << -17.0 << 179.9999 << 400.0 << 60;
+    }
+
+    void lawnMowerGivesTheSurveyOverlaps()
+    {
+        QFETCH(double, lat);
+        QFETCH(double, lon);
+        QFETCH(double, height);
+        QFETCH(int, count);
+        FlightPlanRequest req;
+        req.centreLat = lat;
+        req.centreLon = lon;
+        req.heightAboveGround = height;
+        req.count = count;
+        const FlightPlan plan = planLawnMower(req, CameraModel());
+        QCOMPARE(int(plan.stations.size()), count);
+        // A 13.2 x 8.8 mm sensor behind 8.8 mm covers 1.5 x 1 times the height.
+        QVERIFY(qAbs(plan.footprintWidth - 1.5 * height) < 1e-9);
+        QVERIFY(qAbs(1.0 - plan.frontSpacing / plan.footprintHeight - 0.75) < 1e-9);
+        QVERIFY(qAbs(1.0 - plan.rowSpacing / plan.footprintWidth - 0.65) < 1e-9);
+
+        double sumLat = 0, sumEast = 0, sumNorth = 0;
+        for (size_t i = 0; i < plan.stations.size(); ++i) {
+            const PhotoStation& s = plan.stations[i];
+            QVERIFY(s.lon >= -180.0 && s.lon <= 180.0);
+            QCOMPARE(s.lonDms.ref, s.lon < 0 ? 'W' : 'E');
+            QCOMPARE(s.headingDeg, s.row % 2 == 0 ? 0.0 : 180.0);
+            sumLat += s.lat;
+            sumEast += s.east;
+            sumNorth += s.north;
+            if (i == 0)
+                continue;
+            const PhotoStation& prev = plan.stations[i - 1];
+            QVERIFY(s.secondsFromStart > prev.secondsFromStart);
+            if (s.row == prev.row) {
+                // Neighbours on a row are one front spacing apart on the ground,
+                // northwards on even rows and southwards on odd ones.
+                QVERIFY(qAbs(metresBetween(prev.lat, prev.lon, s.lat, s.lon) - plan.frontSpacing) < 0.01);
+                QCOMPARE(s.lat > prev.lat, s.row % 2 == 0);
+            } else {
+                QCOMPARE(s.row, prev.row + 1);
+                QVERIFY(qAbs(s.east - prev.east - plan.rowSpacing) < 1e-9);
+            }
+        }
+        const int n = int(plan.stations.size());
+        // The block is centred on the requested place.
+        QVERIFY(qAbs(sumEast / n) <= plan.rowSpacing);
+        QVERIFY(qAbs(sumNorth / n) <= plan.frontSpacing * plan.photosPerRow / 2.0);
+        QVERIFY(qAbs(sumLat / n - lat) < 0.01);
+        if (count >= 100)
+            QVERIFY(plan.rows > 5 && plan.photosPerRow > 5);
+    }
+
+    // The tool writes Intel order only; the reader must take Motorola too.
+    void exifSegmentReadsBackInBothByteOrders_data()
+    {
+        QTest::addColumn<bool>("bigEndian");
+        QTest::newRow("Intel") << false;
+        QTest::newRow("Motorola") << true;
+    }
+
+    void exifSegmentReadsBackInBothByteOrders()
+    {
+        QFETCH(bool, bigEndian);
+        PhotoExif exif;
+        exif.taken = QDateTime(QDate(2024, 5, 14), QTime(10, 0));
+        exif.gps = GpsKind::Position;
+        exif.lat = DmsAngle::fromDecimal(-12.3456789, 'N', 'S');
+        exif.lon = DmsAngle::fromDecimal(-76.54321, 'E', 'W');
+        exif.altitude = -12.345;
+        exif.dop = 1.25;
+        exif.bigEndian = bigEndian;
+        const QByteArray photo = spliceSegment(smallJpeg(320, 240), buildExifSegment(exif));
+        QVERIFY(!photo.isEmpty());
+
+        Zyn::AppCreate::ExifGpsRecord rec;
+        QCOMPARE(Zyn::AppCreate::parseExifGps(reinterpret_cast<const unsigned char*>(photo.constData()),
+                                              size_t(photo.size()), rec),
+                 int(Zyn::AppCreate::ExifParseSuccess));
+        QCOMPARE(rec.LonComponents.direction, 'W');
+        QVERIFY(qAbs(rec.Latitude - exif.lat.decimal()) < 1e-12);
+        QVERIFY(qAbs(rec.Longitude - exif.lon.decimal()) < 1e-12);
+        QCOMPARE(int(rec.AltitudeRef), 1);
+        QVERIFY(qAbs(rec.Altitude + 12.345) < 1e-9);
+        QVERIFY(qAbs(rec.DOP - 1.25) < 1e-9);
+
+        const auto data = readExif(photo);
+        QCOMPARE(exif_data_get_byte_order(data.get()), bigEndian ? EXIF_BYTE_ORDER_MOTOROLA : EXIF_BYTE_ORDER_INTEL);
+    }
+
+    void exifSegmentCarriesTheThumbnailWithinOneSegment()
+    {
+        PhotoExif exif;
+        exif.taken = QDateTime(QDate(2024, 1, 1), QTime(0, 0));
+        exif.thumbnailJpeg = smallJpeg(160, 120);
+        const QByteArray segment = buildExifSegment(exif);
+        QCOMPARE((uchar(segment[2]) << 8) | uchar(segment[3]), segment.size() - 2);
+        const QByteArray jpeg = smallJpeg(32, 32);
+        const QByteArray photo = spliceSegment(jpeg, segment);
+        QCOMPARE(photo.mid(2 + segment.size()), jpeg.mid(2));
+        const auto data = readExif(photo);
+        QCOMPARE(QByteArray(reinterpret_cast<const char*>(data->data), int(data->size)), exif.thumbnailJpeg);
+        // No GPS was asked for, so there is no GPS block at all.
+        QCOMPARE(data->ifd[EXIF_IFD_GPS]->count, 0u);
+
+        QVERIFY(spliceSegment(QByteArray("GIF89a...."), segment).isEmpty());
+        exif.thumbnailJpeg = QByteArray(70000, 'x');
+        QVERIFY(buildExifSegment(exif).isEmpty());
+    }
+
+    void overlappingPhotosShowTheSameGround()
+    {
+        // Two photos 40 px apart along track: where they overlap they must
+        // agree, or the sets would be useless for matching.
+        const AerialTexture texture(3);
+        GroundView a;
+        a.metresPerPixel = 0.1;
+        GroundView b = a;
+        b.north = 40 * a.metresPerPixel;
+        QImage ia(200, 150, QImage::Format_RGB32), ib(200, 150, QImage::Format_RGB32);
+        texture.render(ia, a);
+        texture.render(ib, b);
+        texture.addGrain(ia, a, 12, 1);
+        texture.addGrain(ib, b, 12, 2);
+        // B sits further north, so A's ground shows 40 rows lower in B.
+        double aligned = 0, unaligned = 0;
+        int n = 0;
+        for (int y = 0; y < 110; ++y) {
+            for (int x = 0; x < 200; ++x) {
+                aligned += qAbs(qGreen(ia.pixel(x, y)) - qGreen(ib.pixel(x, y + 40)));
+                unaligned += qAbs(qGreen(ia.pixel(x, y)) - qGreen(ib.pixel(x, y)));
+                ++n;
+            }
+        }
+        aligned /= n;
+        unaligned /= n;
+        QVERIFY2(aligned < 6.0, qPrintable(QString::number(aligned)));
+        QVERIFY2(unaligned > aligned * 2, qPrintable(QStringLiteral("%1 vs %2").arg(unaligned).arg(aligned)));
+    }
+
+    void toolRejectsBadArguments_data()
+    {
+        QTest::addColumn<QStringList>("args");
+        QTest::addColumn<QString>("message");
+        const QString out = QStringLiteral("--out");
+        QTest::newRow("no output") << QStringList{"--count", "3", "--lat", "1", "--lon", "2", "--alt", "3"}
+                                   << QStringLiteral("missing --out");
+        QTest::newRow("latitude out of range") << QStringList{"--count", "3", "--lat", "95", "--lon", "2", "--alt", "3"}
+                                               << QStringLiteral("--lat must be");
+        QTest::newRow("count not a number") << QStringList{"--count", "many", "--lat", "1", "--lon", "2", "--alt", "3"}
+                                            << QStringLiteral("--count must be");
+        QTest::newRow("too many without GPS")
+            << QStringList{"--count", "3", "--lat", "1", "--lon", "2", "--alt", "3", "--no-gps", "2", "--zero-gps", "2"}
+            << QStringLiteral("exceed --count");
+    }
+
+    void toolRejectsBadArguments()
+    {
+        QFETCH(QStringList, args);
+        QFETCH(QString, message);
+        const QString dir = m_tmp.filePath(QStringLiteral("bad"));
+        if (!message.startsWith(QLatin1String("missing --out")))
+            args << QStringLiteral("--out") << dir;
+        QProcess p;
+        p.start(tool(), args);
+        QVERIFY(p.waitForFinished(30000));
+        QCOMPARE(p.exitCode(), 2);
+        QVERIFY2(QString::fromUtf8(p.readAllStandardError()).contains(message), qPrintable(message));
+        QVERIFY(!QFile::exists(QDir(dir).filePath(QStringLiteral("manifest.csv"))));
+    }
+
+    void toolIsDeterministicPerSeed()
+    {
+        auto run = [this](const QString& name, const QString& seed) {
+            QProcess p;
+            const QString out = m_tmp.filePath(name);
+            p.start(tool(), {"--out", out, "--count", "3", "--lat", "-41.29", "--lon", "174.78", "--alt", "50",
+                             "--width", "320", "--height", "240", "--seed", seed, "--jobs", "2"});
+            p.waitForFinished(60000);
+            return p.exitCode() == 0 ? out : QString();
+        };
+        const QString a = run(QStringLiteral("seed_a"), QStringLiteral("5"));
+        const QString b = run(QStringLiteral("seed_b"), QStringLiteral("5"));
+        const QString c = run(QStringLiteral("seed_c"), QStringLiteral("6"));
+        QVERIFY(!a.isEmpty() && !b.isEmpty() && !c.isEmpty());
+        auto bytes = [](const QString& dir, const char* name) {
+            QFile f(QDir(dir).filePath(QLatin1String(name)));
+            return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+        };
+        const QByteArray first = bytes(a, "AX20_0003.JPG");
+        QVERIFY(first.size() > 1000);
+        QCOMPARE(bytes(b, "AX20_0003.JPG"), first);
+        QVERIFY(bytes(c, "AX20_0003.JPG") != first);
+        QCOMPARE(bytes(a, "manifest.csv").count('\n'), 4);
+        // The flight does not depend on the seed, only the scene does.
+        QCOMPARE(bytes(a, "manifest.csv").split('\n').at(1).left(40), bytes(c, "manifest.csv").split('\n').at(1).left(40));
+    }
 
 private:
-    QString tool() const;
     QTemporaryDir m_tmp;
 };
-
-QString TestDronePhotos::tool() const
-{
-    return QDir(qEnvironmentVariable("ZYN_TOOLS_DIR")).filePath(QStringLiteral("make_drone_photos"));
-}
-
-void TestDronePhotos::initTestCase()
-{
-    QStandardPaths::setTestModeEnabled(true);
-    QVERIFY(m_tmp.isValid());
-}
-
-void TestDronePhotos::degreesPerMetreOnTheEllipsoid()
-{
-    // Reference lengths of one degree on WGS 84.
-    double dLat = 0, dLon = 0;
-    metresToDegrees(0.0, 111319.49, 110574.27, dLat, dLon);
-    QVERIFY(qAbs(dLat - 1.0) < 1e-4);
-    QVERIFY(qAbs(dLon - 1.0) < 1e-4);
-    metresToDegrees(45.0, 78846.81, 111131.75, dLat, dLon);
-    QVERIFY(qAbs(dLat - 1.0) < 1e-4);
-    QVERIFY(qAbs(dLon - 1.0) < 1e-4);
-    metresToDegrees(-45.0, -78846.81, -111131.75, dLat, dLon);
-    QVERIFY(qAbs(dLat + 1.0) < 1e-4);
-    QVERIFY(qAbs(dLon + 1.0) < 1e-4);
-}
-
-void TestDronePhotos::dmsRoundTripAndCarry_data()
-{
-    QTest::addColumn<double>("value");
-    QTest::addColumn<bool>("latitude");
-    QTest::addColumn<uint>("degrees");
-    QTest::addColumn<uint>("minutes");
-    QTest::addColumn<char>("ref");
-    QTest::newRow("north") << 47.3769 << true << 47u << 22u << 'N';
-    QTest::newRow("south") << -33.9 << true << 33u << 54u << 'S';
-    QTest::newRow("west") << -122.25 << false << 122u << 15u << 'W';
-    QTest::newRow("east near 180") << 179.999999 << false << 179u << 59u << 'E';
-    QTest::newRow("just below a whole degree") << 10.99999999999 << true << 11u << 0u << 'N';
-    QTest::newRow("negative zero") << -0.0 << true << 0u << 0u << 'N';
-    QTest::newRow("tiny west") << -0.0000001 << false << 0u << 0u << 'W';
-}
-
-void TestDronePhotos::dmsRoundTripAndCarry()
-{
-    QFETCH(double, value);
-    QFETCH(bool, latitude);
-    QFETCH(uint, degrees);
-    QFETCH(uint, minutes);
-    QFETCH(char, ref);
-    const DmsAngle a = latitude ? DmsAngle::fromDecimal(value, 'N', 'S') : DmsAngle::fromDecimal(value, 'E', 'W');
-    QCOMPARE(a.degrees, degrees);
-    QCOMPARE(a.minutes, minutes);
-    QCOMPARE(a.ref, ref);
-    QVERIFY(a.microSeconds < 60000000u);
-    // Half a microsecond of arc is the rounding limit.
-    QVERIFY(qAbs(a.decimal() - value) <= 0.5e-6 / 3600.0 + 1e-15);
-}
-
-void TestDronePhotos::spreadPicksEvenlyFromEitherEnd()
-{
-    QCOMPARE(spreadIndices(10, 1, true), std::vector<int>({9}));
-    QCOMPARE(spreadIndices(10, 1, false), std::vector<int>({0}));
-    QCOMPARE(spreadIndices(10, 2, true), std::vector<int>({4, 9}));
-    QCOMPARE(spreadIndices(10, 2, false), std::vector<int>({0, 5}));
-    QCOMPARE(spreadIndices(5, 9, true).size(), size_t(5));
-    QVERIFY(spreadIndices(5, 0, true).empty());
-    QVERIFY(spreadIndices(0, 3, false).empty());
-    for (int total : {7, 100, 501}) {
-        for (int count : {3, 7, 50}) {
-            const std::vector<int> picked = spreadIndices(total, count, true);
-            QCOMPARE(int(picked.size()), std::min(count, total));
-            QCOMPARE(picked.back(), total - 1);
-            const int fair = (total + count - 1) / count;
-            for (size_t k = 1; k < picked.size(); ++k)
-                QVERIFY(picked[k] > picked[k - 1] && picked[k] - picked[k - 1] <= fair);
-        }
-    }
-}
-
-void TestDronePhotos::lawnMowerGivesTheSurveyOverlaps_data()
-{
-    QTest::addColumn<double>("lat");
-    QTest::addColumn<double>("lon");
-    QTest::addColumn<double>("height");
-    QTest::addColumn<int>("count");
-    QTest::newRow("temperate north-east, 500") << 47.3769 << 8.5417 << 100.0 << 500;
-    QTest::newRow("southern, 37") << -33.9 << 151.2 << 80.0 << 37;
-    QTest::newRow("western, 1") << 45.0 << -122.0 << 120.0 << 1;
-    QTest::newRow("across the antimeridian") << -17.0 << 179.9999 << 400.0 << 60;
-}
-
-void TestDronePhotos::lawnMowerGivesTheSurveyOverlaps()
-{
-    QFETCH(double, lat);
-    QFETCH(double, lon);
-    QFETCH(double, height);
-    QFETCH(int, count);
-    FlightPlanRequest req;
-    req.centreLat = lat;
-    req.centreLon = lon;
-    req.heightAboveGround = height;
-    req.count = count;
-    const FlightPlan plan = planLawnMower(req, CameraModel());
-    QCOMPARE(int(plan.stations.size()), count);
-    // A 13.2 x 8.8 mm sensor behind 8.8 mm covers 1.5 x 1 times the height.
-    QVERIFY(qAbs(plan.footprintWidth - 1.5 * height) < 1e-9);
-    QVERIFY(qAbs(1.0 - plan.frontSpacing / plan.footprintHeight - 0.75) < 1e-9);
-    QVERIFY(qAbs(1.0 - plan.rowSpacing / plan.footprintWidth - 0.65) < 1e-9);
-
-    double sumLat = 0, sumEast = 0, sumNorth = 0;
-    for (size_t i = 0; i < plan.stations.size(); ++i) {
-        const PhotoStation& s = plan.stations[i];
-        QVERIFY(s.lon >= -180.0 && s.lon <= 180.0);
-        QCOMPARE(s.latDms.ref, s.lat < 0 ? 'S' : 'N');
-        QCOMPARE(s.lonDms.ref, s.lon < 0 ? 'W' : 'E');
-        QCOMPARE(s.headingDeg, s.row % 2 == 0 ? 0.0 : 180.0);
-        sumLat += s.lat;
-        sumEast += s.east;
-        sumNorth += s.north;
-        if (i == 0)
-            continue;
-        const PhotoStation& prev = plan.stations[i - 1];
-        QVERIFY(s.secondsFromStart > prev.secondsFromStart);
-        if (s.row == prev.row) {
-            // Neighbours on a row are one front spacing apart on the ground,
-            // northwards on even rows and southwards on odd ones.
-            QVERIFY(qAbs(metresBetween(prev.lat, prev.lon, s.lat, s.lon) - plan.frontSpacing) < 0.01);
-            QCOMPARE(s.lat > prev.lat, s.row % 2 == 0);
-        } else {
-            QCOMPARE(s.row, prev.row + 1);
-            QVERIFY(qAbs(s.east - prev.east - plan.rowSpacing) < 1e-9);
-        }
-    }
-    const int n = int(plan.stations.size());
-    // The block is centred on the requested place.
-    QVERIFY(qAbs(sumEast / n) <= plan.rowSpacing);
-    QVERIFY(qAbs(sumNorth / n) <= plan.frontSpacing * plan.photosPerRow / 2.0);
-    QVERIFY(qAbs(sumLat / n - lat) < 0.01);
-    if (count >= 100)
-        QVERIFY(plan.rows > 5 && plan.photosPerRow > 5);
-}
-
-void TestDronePhotos::exifSegmentReadsBackInBothByteOrders_data()
-{
-    QTest::addColumn<bool>("bigEndian");
-    QTest::newRow("Intel") << false;
-    QTest::newRow("Motorola") << true;
-}
-
-void TestDronePhotos::exifSegmentReadsBackInBothByteOrders()
-{
-    QFETCH(bool, bigEndian);
-    PhotoExif exif;
-    exif.make = QStringLiteral("Aerolux");
-    exif.model = QStringLiteral("AX-20 Survey");
-    exif.taken = QDateTime(QDate(2024, 5, 14), QTime(10, 0));
-    exif.width = 320;
-    exif.height = 240;
-    exif.gps = GpsKind::Position;
-    exif.lat = DmsAngle::fromDecimal(-12.3456789, 'N', 'S');
-    exif.lon = DmsAngle::fromDecimal(-76.54321, 'E', 'W');
-    exif.altitude = -12.345;
-    exif.dop = 1.25;
-    exif.bigEndian = bigEndian;
-    const QByteArray photo = spliceSegment(smallJpeg(320, 240), buildExifSegment(exif));
-    QVERIFY(!photo.isEmpty());
-
-    Zyn::AppCreate::ExifGpsRecord rec;
-    QCOMPARE(Zyn::AppCreate::parseExifGps(reinterpret_cast<const unsigned char*>(photo.constData()),
-                                          size_t(photo.size()), rec),
-             int(Zyn::AppCreate::ExifParseSuccess));
-    QCOMPARE(rec.LatComponents.direction, 'S');
-    QCOMPARE(rec.LonComponents.direction, 'W');
-    QCOMPARE(rec.LatComponents.degrees, 12.0);
-    QCOMPARE(rec.LonComponents.minutes, double(exif.lon.minutes));
-    QVERIFY(qAbs(rec.Latitude - exif.lat.decimal()) < 1e-12);
-    QVERIFY(qAbs(rec.Longitude - exif.lon.decimal()) < 1e-12);
-    QCOMPARE(int(rec.AltitudeRef), 1);
-    QVERIFY(qAbs(rec.Altitude + 12.345) < 1e-9);
-    QVERIFY(qAbs(rec.DOP - 1.25) < 1e-9);
-
-    std::unique_ptr<ExifData, void (*)(ExifData*)> data(
-        exif_data_new_from_data(reinterpret_cast<const unsigned char*>(photo.constData()), unsigned(photo.size())),
-        exif_data_unref);
-    QCOMPARE(exif_data_get_byte_order(data.get()), bigEndian ? EXIF_BYTE_ORDER_MOTOROLA : EXIF_BYTE_ORDER_INTEL);
-    char text[64] = {};
-    QVERIFY(exif_content_get_value(data->ifd[EXIF_IFD_EXIF], EXIF_TAG_DATE_TIME_ORIGINAL, text, sizeof text));
-    QCOMPARE(QByteArray(text), QByteArray("2024:05:14 10:00:00"));
-    QVERIFY(exif_content_get_value(data->ifd[EXIF_IFD_0], EXIF_TAG_MODEL, text, sizeof text));
-    QCOMPARE(QByteArray(text), QByteArray("AX-20 Survey"));
-}
-
-void TestDronePhotos::exifSegmentCarriesTheThumbnail()
-{
-    PhotoExif exif;
-    exif.taken = QDateTime(QDate(2024, 1, 1), QTime(0, 0));
-    exif.gps = GpsKind::None;
-    exif.thumbnailJpeg = smallJpeg(160, 120);
-    const QByteArray segment = buildExifSegment(exif);
-    QVERIFY(!segment.isEmpty());
-    QCOMPARE(uchar(segment[1]), uchar(0xE1));
-    QCOMPARE((uchar(segment[2]) << 8) | uchar(segment[3]), segment.size() - 2);
-
-    const QByteArray photo = spliceSegment(smallJpeg(32, 32), segment);
-    std::unique_ptr<ExifData, void (*)(ExifData*)> data(
-        exif_data_new_from_data(reinterpret_cast<const unsigned char*>(photo.constData()), unsigned(photo.size())),
-        exif_data_unref);
-    QCOMPARE(QByteArray(reinterpret_cast<const char*>(data->data), int(data->size)), exif.thumbnailJpeg);
-    QImage thumb;
-    QVERIFY(thumb.loadFromData(reinterpret_cast<const uchar*>(data->data), int(data->size), "JPG"));
-    QCOMPARE(thumb.size(), QSize(160, 120));
-    // No GPS was asked for, so there is no GPS block at all.
-    QCOMPARE(data->ifd[EXIF_IFD_GPS]->count, 0u);
-}
-
-void TestDronePhotos::oversizedSegmentIsRefused()
-{
-    PhotoExif exif;
-    exif.taken = QDateTime(QDate(2024, 1, 1), QTime(0, 0));
-    exif.thumbnailJpeg = QByteArray(70000, 'x');
-    QVERIFY(buildExifSegment(exif).isEmpty());
-}
-
-void TestDronePhotos::spliceNeedsAJpeg()
-{
-    QVERIFY(spliceSegment(QByteArray("GIF89a...."), QByteArray("\xFF\xE1\x00\x02", 4)).isEmpty());
-    const QByteArray jpeg = smallJpeg(8, 8);
-    const QByteArray seg("\xFF\xE1\x00\x04" "ab", 6);
-    const QByteArray out = spliceSegment(jpeg, seg);
-    QCOMPARE(out.size(), jpeg.size() + seg.size());
-    QCOMPARE(out.mid(2, seg.size()), seg);
-    QCOMPARE(out.mid(2 + seg.size()), jpeg.mid(2));
-}
-
-void TestDronePhotos::overlappingPhotosShowTheSameGround()
-{
-    // Two photos 40 px apart along track: where they overlap they must
-    // agree, or the sets would be useless for matching.
-    const AerialTexture texture(3);
-    GroundView a;
-    a.metresPerPixel = 0.1;
-    GroundView b = a;
-    b.north = 40 * a.metresPerPixel;
-    QImage ia(200, 150, QImage::Format_RGB32), ib(200, 150, QImage::Format_RGB32);
-    texture.render(ia, a);
-    texture.render(ib, b);
-    texture.addGrain(ia, a, 12, 1);
-    texture.addGrain(ib, b, 12, 2);
-    // B sits further north, so A's ground shows 40 rows lower in B.
-    double aligned = 0, unaligned = 0;
-    int n = 0;
-    for (int y = 0; y < 110; ++y) {
-        for (int x = 0; x < 200; ++x) {
-            aligned += qAbs(qGreen(ia.pixel(x, y)) - qGreen(ib.pixel(x, y + 40)));
-            unaligned += qAbs(qGreen(ia.pixel(x, y)) - qGreen(ib.pixel(x, y)));
-            ++n;
-        }
-    }
-    aligned /= n;
-    unaligned /= n;
-    QVERIFY2(aligned < 6.0, qPrintable(QString::number(aligned)));
-    QVERIFY2(unaligned > aligned * 2, qPrintable(QStringLiteral("%1 vs %2").arg(unaligned).arg(aligned)));
-}
-
-void TestDronePhotos::toolRejectsBadArguments_data()
-{
-    QTest::addColumn<QStringList>("args");
-    QTest::addColumn<QString>("message");
-    const QString out = QStringLiteral("--out");
-    QTest::newRow("no output") << QStringList{"--count", "3", "--lat", "1", "--lon", "2", "--alt", "3"}
-                               << QStringLiteral("missing --out");
-    QTest::newRow("latitude out of range") << QStringList{"--count", "3", "--lat", "95", "--lon", "2", "--alt", "3"}
-                                           << QStringLiteral("--lat must be");
-    QTest::newRow("count not a number") << QStringList{"--count", "many", "--lat", "1", "--lon", "2", "--alt", "3"}
-                                        << QStringLiteral("--count must be");
-    QTest::newRow("too many without GPS")
-        << QStringList{"--count", "3", "--lat", "1", "--lon", "2", "--alt", "3", "--no-gps", "2", "--zero-gps", "2"}
-        << QStringLiteral("exceed --count");
-}
-
-void TestDronePhotos::toolRejectsBadArguments()
-{
-    QFETCH(QStringList, args);
-    QFETCH(QString, message);
-    const QString dir = m_tmp.filePath(QStringLiteral("bad"));
-    if (!message.startsWith(QLatin1String("missing --out")))
-        args << QStringLiteral("--out") << dir;
-    QProcess p;
-    p.start(tool(), args);
-    QVERIFY(p.waitForFinished(30000));
-    QCOMPARE(p.exitCode(), 2);
-    QVERIFY2(QString::fromUtf8(p.readAllStandardError()).contains(message), qPrintable(message));
-    QVERIFY(!QFile::exists(QDir(dir).filePath(QStringLiteral("manifest.csv"))));
-}
-
-void TestDronePhotos::toolIsDeterministicPerSeed()
-{
-    auto run = [this](const QString& name, const QString& seed) {
-        QProcess p;
-        const QString out = m_tmp.filePath(name);
-        p.start(tool(), {"--out", out, "--count", "3", "--lat", "-41.29", "--lon", "174.78", "--alt", "50",
-                         "--width", "320", "--height", "240", "--seed", seed, "--jobs", "2"});
-        p.waitForFinished(60000);
-        return p.exitCode() == 0 ? out : QString();
-    };
-    const QString a = run(QStringLiteral("seed_a"), QStringLiteral("5"));
-    const QString b = run(QStringLiteral("seed_b"), QStringLiteral("5"));
-    const QString c = run(QStringLiteral("seed_c"), QStringLiteral("6"));
-    QVERIFY(!a.isEmpty() && !b.isEmpty() && !c.isEmpty());
-    auto bytes = [](const QString& dir, const char* name) {
-        QFile f(QDir(dir).filePath(QLatin1String(name)));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    };
-    const QByteArray first = bytes(a, "AX20_0003.JPG");
-    QVERIFY(first.size() > 1000);
-    QCOMPARE(bytes(b, "AX20_0003.JPG"), first);
-    QVERIFY(bytes(c, "AX20_0003.JPG") != first);
-    QCOMPARE(bytes(a, "manifest.csv").count('\n'), 4);
-    // The flight does not depend on the seed, only the scene does.
-    QCOMPARE(bytes(a, "manifest.csv").split('\n').at(1).left(40), bytes(c, "manifest.csv").split('\n').at(1).left(40));
-}
 
 QTEST_GUILESS_MAIN(TestDronePhotos)
 #include "tst_dronephotos.moc"

@@ -1,10 +1,6 @@
 // The survey targets of a generated flight sit where its truth files say.
 #include <support/TestSupport.h>
 
-#include <QDir>
-#include <QFile>
-#include <QImage>
-#include <QTemporaryDir>
 #include <QtTest>
 
 class SurveyTargetsTest : public QObject {
@@ -13,13 +9,7 @@ private slots:
     void truePixelIsTheTargetCentre()
     {
         QTemporaryDir dir;
-        const QStringList photos = Zyn::TestSupport::makeDronePhotos(
-            dir.path(), {QStringLiteral("--count"), QStringLiteral("20"), QStringLiteral("--lat"), QStringLiteral("47.07"),
-                         QStringLiteral("--lon"), QStringLiteral("15.44"), QStringLiteral("--alt"), QStringLiteral("450"),
-                         QStringLiteral("--agl"), QStringLiteral("100"), QStringLiteral("--width"), QStringLiteral("640"),
-                         QStringLiteral("--height"), QStringLiteral("427"), QStringLiteral("--gcps"), QStringLiteral("3"),
-                         QStringLiteral("--target-size"), QStringLiteral("8")});
-        QCOMPARE(photos.size(), 20);
+        QCOMPARE(Zyn::TestSupport::makeTargetFlight(dir.path()).size(), 20);
         QFile truth(dir.filePath(QStringLiteral("gcp_truth.txt")));
         QVERIFY(truth.open(QIODevice::ReadOnly));
         QCOMPARE(truth.readAll().count('\n'), 4);

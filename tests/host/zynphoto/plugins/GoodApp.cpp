@@ -1,5 +1,5 @@
-// A small application plug-in: two dashboard commands, one of them paid;
-// the free one presents a panel on the dashboard.
+// A small application plug-in: one dashboard command, which presents a
+// panel on the dashboard.
 #include <dashboard/DashboardVC.h>
 #include <uibase/CommandBase.h>
 #include <uibase/IApp.h>
@@ -29,17 +29,6 @@ public:
     }
 };
 
-class PaidCommand : public Zyn::UiBase::CommandBase {
-    Q_OBJECT
-public:
-    explicit PaidCommand(Zyn::UiBase::CmdsViewController* owner)
-        : CommandBase(owner)
-    {
-        setText(QStringLiteral("Paid"));
-        setIsPaidFeature(true);
-    }
-};
-
 } // namespace
 
 class TestGoodApp : public QObject, public Zyn::UiBase::IApp {
@@ -53,7 +42,7 @@ public:
     {
         if (!dynamic_cast<Zyn::AppDashboard::DashboardVC*>(owner))
             return {};
-        return {new GoodCommand(owner), new PaidCommand(owner)};
+        return {new GoodCommand(owner)};
     }
 };
 
