@@ -20,6 +20,7 @@ const double kCalibratedErrorMetres = 1.2;
 const double kAngularError = 0.08;
 const double kCalibratedAngularError = 0.03;
 const double kMinRadiusPx = 12.0;
+const double kGuessedHeightError = 0.3;
 
 struct Vec3 {
     double x, y, z;
@@ -216,8 +217,14 @@ QVector<MarkPrediction> MarkPredictor::predict(const QStringList& paths, const G
         p.metresPerPixel = c.height / c.focalPx;
         p.imageSize = c.size;
         const double fromCentre = std::hypot(p.pixel.x() - principalPoint(c).x(), p.pixel.y() - principalPoint(c).y());
+        // A guessed height (no altitude, no take-off height) scales every
+        // offset from the centre by an unknown factor.
+        double low = 1.0, high = 1.0;
+        heightScaleRange(i, point, &low, &high);
+        const double heightError = !calibrated && high / low > 3.0 ? kGuessedHeightError : 0.0;
         p.radius = std::max(kMinRadiusPx, (calibrated ? kCalibratedErrorMetres : kGpsErrorMetres) / p.metresPerPixel
-                                              + fromCentre * (calibrated ? kCalibratedAngularError : kAngularError));
+                                              + fromCentre * (calibrated ? kCalibratedAngularError
+                                                                         : kAngularError + heightError));
         p.inside = p.pixel.x() >= -0.5 && p.pixel.y() >= -0.5 && p.pixel.x() <= c.size.width() - 0.5
                    && p.pixel.y() <= c.size.height() - 0.5;
         out << p;
