@@ -73,7 +73,7 @@ PhotoCamera MarkPredictor::camera(int photo, const GroundPoint& point) const
     c.longitude = g.longitude;
     c.latitude = g.latitude;
     c.height = heightAbovePoint(g, point) * m_heightScale;
-    c.headingDeg = m_headings.at(photo);
+    c.headingDeg = m_headings.at(photo) + m_headingBias;
     c.tiltDeg = std::isfinite(g.pitchDegrees) ? std::clamp(g.pitchDegrees + 90.0, 0.0, 60.0) : 0.0;
     c.size = QSizeF(g.pixelSize);
     const double diagonal = std::hypot(c.size.width(), c.size.height());
@@ -137,26 +137,30 @@ void MarkPredictor::heightScaleRange(int photo, const GroundPoint& point, double
     }
 }
 
+double MarkPredictor::markError(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const
+{
+    const QPointF bias = groundBias(point, marks);
+    double error = 0.0;
+    for (const auto& mark : marks) {
+        QPointF p;
+        error += project(mark.first, point, bias.x(), bias.y(), &p) ? QLineF(p, mark.second).length() : 1e6;
+    }
+    return error;
+}
+
 double MarkPredictor::fitHeightScale(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const
 {
     if (marks.size() < 2)
-        return 1.0;
+        return m_heightScale;
     double low = 1.0, high = 1.0;
     heightScaleRange(marks.first().first, point, &low, &high);
     MarkPredictor trial(*this);
-    double best = 1.0, bestError = qInf(), worstError = 0.0;
+    double best = m_heightScale, bestError = qInf(), worstError = 0.0;
     const int steps = 60;
     for (int k = 0; k <= steps; ++k) {
         const double scale = low * std::pow(high / low, double(k) / steps);
         trial.setHeightScale(scale);
-        const QPointF bias = trial.groundBias(point, marks);
-        double error = 0.0;
-        for (const auto& mark : marks) {
-            QPointF p;
-            error += trial.project(mark.first, point, bias.x(), bias.y(), &p)
-                         ? QLineF(p, mark.second).length()
-                         : 1e6;
-        }
+        const double error = trial.markError(point, marks);
         worstError = std::max(worstError, error);
         if (error < bestError) {
             bestError = error;
@@ -164,7 +168,34 @@ double MarkPredictor::fitHeightScale(const GroundPoint& point, const QVector<QPa
         }
     }
     // A flat error (no baseline between the photos) says nothing.
-    return worstError - bestError > 2.0 ? best : 1.0;
+    return worstError - bestError > 2.0 ? best : m_heightScale;
+}
+
+void MarkPredictor::fitToMarks(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks)
+{
+    if (marks.size() < 2)
+        return;
+    // The two hardly interact (height scales offsets from the centre, a
+    // heading turns them), so each is fitted in turn, the bias twice:
+    // coarse over a compass's plausible error, then fine.
+    auto fitHeading = [&](double from, double to, double step) {
+        const double start = m_headingBias;
+        double best = start, bestError = qInf(), worstError = 0.0;
+        for (double bias = from; bias <= to + 1e-9; bias += step) {
+            m_headingBias = bias;
+            const double error = markError(point, marks);
+            worstError = std::max(worstError, error);
+            if (error < bestError) {
+                bestError = error;
+                best = bias;
+            }
+        }
+        m_headingBias = worstError - bestError > 2.0 ? best : start;
+    };
+    m_heightScale = fitHeightScale(point, marks);
+    fitHeading(-20.0, 20.0, 0.5);
+    m_heightScale = fitHeightScale(point, marks);
+    fitHeading(m_headingBias - 0.5, m_headingBias + 0.5, 0.05);
 }
 
 QPolygonF MarkPredictor::heightPath(int to, const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks,

@@ -37,9 +37,9 @@ struct PhotoCamera {
 };
 
 // Predicts the point's pixel on the photos that can show it, and refines
-// the predictions with the markers placed so far: their mean offset on the
-// ground (GPS bias between the drone and the survey) is removed from the
-// other photos' predictions.
+// the predictions with the markers placed so far: their median offset on
+// the ground (GPS bias between the drone and the survey), the flight's
+// height and a common heading bias are taken from them.
 class MarkPredictor {
 public:
     // photos in capture order (the headings come from the flight track
@@ -56,9 +56,14 @@ public:
     // The factors the true height may lie within, by what the height
     // rests on.
     void heightScaleRange(int photo, const GroundPoint& point, double* low, double* high) const;
-    // The factor that best agrees with markers on two or more photos; 1
-    // when they cannot tell (one marker, or photos taken from one spot).
-    double fitHeightScale(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const;
+    // A compass or gimbal mounted off true turns every photo by the same
+    // angle: added to every heading, degrees clockwise.
+    void setHeadingBias(double degrees) { m_headingBias = degrees; }
+    double headingBias() const { return m_headingBias; }
+    // Fits the height factor and the heading bias together to markers on
+    // two or more photos; each stays as it was when the markers cannot
+    // tell it (one marker, photos taken from one spot or facing one way).
+    void fitToMarks(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks);
     // Where the point can be on photo `to` as the height runs through
     // [low, high], given the markers: a line of pixels, one per step of
     // the height. With `other`, where that point is at the same steps
@@ -87,9 +92,16 @@ public:
     bool localMap(int from, int to, const GroundPoint& point, const QPointF& bias, QTransform* toFrom) const;
 
 private:
+    // The factor that best agrees with markers on two or more photos; the
+    // current one when they cannot tell.
+    double fitHeightScale(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const;
+    // Sum of the markers' pixel distances from their predictions.
+    double markError(const GroundPoint& point, const QVector<QPair<int, QPointF>>& marks) const;
+
     QVector<PhotoGeo> m_photos;
     QVector<double> m_headings;
     double m_heightScale = 1.0;
+    double m_headingBias = 0.0;
 };
 
 } // namespace AppGcp

@@ -126,8 +126,9 @@ void MarkSuggester::refresh()
         if (i >= 0)
             marks << qMakePair(i, QPointF(marker.pixel));
     }
-    // Two markers or more tell the flight's height; one leaves a range.
-    m_predictor->setHeightScale(m_predictor->fitHeightScale(m_point, marks));
+    // Two markers or more tell the flight's height and the heading bias;
+    // one leaves a range of heights.
+    m_predictor->fitToMarks(m_point, marks);
     m_heightLow = 0.95;
     m_heightHigh = 1.05;
     if (marks.size() == 1)

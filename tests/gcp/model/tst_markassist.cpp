@@ -131,6 +131,49 @@ private slots:
         QVERIFY2(wrong <= 0.02 * std::max(notShown, 1) + 0.5, qPrintable(figures));
     }
 
+    // A compass mounted off true turns every photo: markers on a few photos
+    // tell the turn, and the other predictions come back onto the point.
+    void headingBiasLearnt_data()
+    {
+        QTest::addColumn<double>("turn");
+        QTest::newRow("none") << 0.0;
+        QTest::newRow("7 degrees") << 7.0;
+        QTest::newRow("-12 degrees") << -12.0;
+    }
+    void headingBiasLearnt()
+    {
+        QFETCH(double, turn);
+        const auto& point = m_truth.points.first();
+        const QHash<QString, QPointF> truth = m_truth.pixelsOf(point.name);
+        QVector<PhotoGeo> geo = m_cache.values(m_photos);
+        const QVector<double> headings = photoHeadings(geo);
+        for (int i = 0; i < geo.size(); ++i)
+            geo[i].yawDegrees = headings.at(i) + turn;
+        MarkPredictor predictor(geo);
+        const GroundPoint ground = groundOf(m_truth, point.name);
+        QVector<QPair<int, QPointF>> marks;
+        QStringList others;
+        for (int i = 0; i < geo.size(); ++i) {
+            const QString file = QFileInfo(geo.at(i).path).fileName();
+            if (!truth.contains(file))
+                continue;
+            if (marks.size() < 3 && i % 2 == marks.size() % 2) // photos from both directions of the flight
+                marks << qMakePair(i, markerCoords(truth.value(file)));
+            else
+                others << geo.at(i).path;
+        }
+        QCOMPARE(marks.size(), 3);
+        predictor.fitToMarks(ground, marks);
+        QVERIFY2(std::abs(predictor.headingBias() + turn) < 1.0, qPrintable(QString::number(predictor.headingBias())));
+        const QVector<MarkPrediction> predictions =
+            predictor.predict(others, ground, predictor.groundBias(ground, marks), true);
+        QVERIFY(predictions.size() >= 3);
+        for (const MarkPrediction& p : predictions) {
+            const double error = QLineF(p.pixel, markerCoords(truth.value(QFileInfo(p.path).fileName()))).length();
+            QVERIFY2(error <= p.radius, qPrintable(QStringLiteral("%1 px off, radius %2").arg(error).arg(p.radius)));
+        }
+    }
+
     // Printed coded targets: found on every photo that shows them, at their
     // centre, never with another id.
     void codedTargetsFound()
