@@ -48,7 +48,7 @@ AssistBar::AssistBar(QWidget* parent)
         update();
     });
     m_status->setMinimumWidth(0);
-    m_status->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_status->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Preferred);
     connect(m_acceptAll, &QPushButton::clicked, this, [this] { emit acceptAllRequested(m_score->value()); });
     connect(m_detect, &QPushButton::clicked, this, &AssistBar::detectRequested);
     connect(m_cancel, &QPushButton::clicked, this, [this] {
@@ -83,6 +83,9 @@ void AssistBar::setPoint(const QString& name)
 void AssistBar::setCompact(bool compact)
 {
     m_compact = compact;
+    // Beside the photo the keys' sentence may be cut; in the browser's
+    // row the short count must stay whole.
+    m_status->setSizePolicy(compact ? QSizePolicy::Ignored : QSizePolicy::Preferred, QSizePolicy::Preferred);
     update();
 }
 
@@ -103,10 +106,13 @@ void AssistBar::update()
     QString text;
     if (m_total > 0)
         text = tr("Searching the photos: %1 of %2").arg(m_done).arg(m_total);
-    else if (waiting > 0)
+    else if (waiting > 0 && m_compact)
         text = waiting == 1 ? tr("1 suggestion waits: Enter accepts, Delete rejects")
                             : tr("%1 suggestions wait: Enter accepts, Delete rejects").arg(waiting);
+    else if (waiting > 0)
+        text = waiting == 1 ? tr("1 suggestion waits") : tr("%1 suggestions wait").arg(waiting);
     m_status->setText(text);
+    m_status->setToolTip(text);
     m_cancel->setVisible(m_total > 0);
     m_acceptAll->setText(tr("Accept %1 above").arg(above));
     m_acceptAll->setEnabled(above > 0);

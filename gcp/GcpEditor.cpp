@@ -35,8 +35,10 @@ GcpEditor::GcpEditor(QWidget* parent)
     ui->setupUi(this);
     setWindowTitle(tr("Survey Points"));
     setStyleSheet(QStringLiteral("QWidget:disabled { color: #808080; background-color: #F0F0F0; }"
-                                 "QToolButton { border: none; image: url(:/resources/images/sys_close_18.png); }"
-                                 "QToolButton:hover { image: url(:/resources/images/sys_close_hover_18.png); }"));
+                                 "QToolButton#button_close, QToolButton#button_closeview { border: none; "
+                                 "image: url(:/resources/images/sys_close_18.png); }"
+                                 "QToolButton#button_close:hover, QToolButton#button_closeview:hover { "
+                                 "image: url(:/resources/images/sys_close_hover_18.png); }"));
     // The host's panel bar has the back and close buttons and the title.
     ui->button_closeview->hide();
     ui->dragbar->hide();

@@ -43,7 +43,8 @@ MarkerEditor::MarkerEditor(QWidget* parent)
     m_assistBar = new AssistBar(this);
     m_assistPaneBar = new AssistBar(this);
     m_assistPaneBar->setCompact(true);
-    ui->hlayout_filter->insertWidget(1, m_assistBar, 1);
+    // A row of its own: the browser's filter row has no room for the count.
+    ui->vlayout_page_thumbnail->insertWidget(ui->vlayout_page_thumbnail->indexOf(ui->frame_filter) + 1, m_assistBar);
     ui->vlayout_page_image->insertWidget(ui->vlayout_page_image->indexOf(ui->frame_buttons), m_assistPaneBar);
     for (AssistBar* bar : {m_assistBar, m_assistPaneBar}) {
         bar->setSuggester(m_assist);
