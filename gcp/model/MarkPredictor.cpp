@@ -10,7 +10,6 @@ namespace AppGcp {
 
 namespace {
 const double kPi = 3.14159265358979323846;
-const double kFullFrameDiagonalMm = 43.2666;
 // Uncertainty of a prediction: consumer GPS puts the camera within a few
 // metres; heading and focal length err by a few per cent of the distance
 // from the photo's centre. Markers remove the common GPS bias; what stays
@@ -77,8 +76,7 @@ PhotoCamera MarkPredictor::camera(int photo, const GroundPoint& point) const
     c.tiltDeg = std::isfinite(g.pitchDegrees) ? std::clamp(g.pitchDegrees + 90.0, 0.0, 60.0) : 0.0;
     c.size = QSizeF(g.pixelSize);
     const double diagonal = std::hypot(c.size.width(), c.size.height());
-    c.focalPx = g.focalLength35mm > 0.0 ? g.focalLength35mm / kFullFrameDiagonalMm * diagonal
-                                        : diagonal / 2.0 / std::tan(diagonalFieldOfView(g) * kPi / 360.0);
+    c.focalPx = diagonal / 2.0 / std::tan(diagonalFieldOfView(g) * kPi / 360.0);
     c.valid = c.height > 0.0 && c.focalPx > 0.0;
     return c;
 }

@@ -46,6 +46,14 @@ double heightAbovePoint(const PhotoGeo& photo, const GroundPoint& point)
 
 double diagonalFieldOfView(const PhotoGeo& photo)
 {
+    // Phone to medium-format sensors; outside that the tags are wrong (a
+    // photo resized without its focal plane resolution updated).
+    if (photo.focalLengthMm > 0.0 && photo.sensorWidthMm >= 1.0 && photo.sensorWidthMm <= 60.0
+        && !photo.pixelSize.isEmpty()) {
+        const double diagonal = photo.sensorWidthMm * std::hypot(photo.pixelSize.width(), photo.pixelSize.height())
+                                / photo.pixelSize.width();
+        return 2.0 * std::atan(diagonal / (2.0 * photo.focalLengthMm)) * 180.0 / kPi;
+    }
     if (photo.focalLength35mm > 0.0)
         return 2.0 * std::atan(kFullFrameDiagonalMm / (2.0 * photo.focalLength35mm)) * 180.0 / kPi;
     return kDefaultFovDegrees;

@@ -19,6 +19,8 @@ struct PhotoGeo {
     bool hasAltitude = false;
     double relativeAltitude = qQNaN();
     double focalLength35mm = 0.0;
+    double focalLengthMm = 0.0;
+    double sensorWidthMm = 0.0;
     QSize pixelSize;
     double yawDegrees = qQNaN();
     double pitchDegrees = qQNaN(); // -90 = nadir
@@ -36,7 +38,8 @@ struct GroundPoint {
 // point's height when both are known and the difference is 5 to 1,500 m;
 // else the drone's relative altitude; else 120 m.
 double heightAbovePoint(const PhotoGeo& photo, const GroundPoint& point);
-// Diagonal field of view in degrees: from the 35 mm focal length, else 84.
+// Diagonal field of view in degrees: from the focal length and the sensor's
+// width when both are plausible, else from the 35 mm focal length, else 84.
 double diagonalFieldOfView(const PhotoGeo& photo);
 // Half the diagonal of the photo's nadir footprint on the ground, in metres.
 double footprintHalfDiagonal(const PhotoGeo& photo, const GroundPoint& point);

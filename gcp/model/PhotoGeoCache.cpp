@@ -21,6 +21,8 @@ PhotoGeo readPhotoGeo(const QString& path)
     geo.hasAltitude = info.position.hasAltitude;
     geo.relativeAltitude = info.relativeAltitude;
     geo.focalLength35mm = info.focalLength35mm;
+    geo.focalLengthMm = info.focalLengthMm;
+    geo.sensorWidthMm = info.sensorWidthMm;
     geo.pixelSize = info.pixelSize;
     geo.yawDegrees = info.yawDegrees;
     geo.pitchDegrees = info.pitchDegrees;

@@ -117,6 +117,13 @@ bool readPhotoCameraInfo(const QString& path, PhotoCameraInfo* info, QString* er
         result.focalLength35mm = double(tags.focalLength35mm);
         if (tags.pixelWidth > 0 && tags.pixelHeight > 0)
             result.pixelSize = QSize(int(tags.pixelWidth), int(tags.pixelHeight));
+        const double unitMm = tags.focalPlaneResolutionUnit == 2   ? 25.4
+                              : tags.focalPlaneResolutionUnit == 3 ? 10.0
+                              : tags.focalPlaneResolutionUnit == 4 ? 1.0
+                              : tags.focalPlaneResolutionUnit == 5 ? 0.001
+                                                                   : 0.0;
+        if (unitMm > 0.0 && tags.focalPlaneXResolution > 0.0 && tags.pixelWidth > 0)
+            result.sensorWidthMm = double(tags.pixelWidth) / tags.focalPlaneXResolution * unitMm;
     } else if (stage == Stage::Unread) {
         if (error)
             *error = why;

@@ -22,6 +22,7 @@ struct PhotoCameraInfo {
     bool hasPosition = false;
     double focalLengthMm = 0.0;
     double focalLength35mm = 0.0;
+    double sensorWidthMm = 0.0;     // from the focal plane resolution
     QSize pixelSize;                // as stored in EXIF (orientation not applied)
     double relativeAltitude = qQNaN(); // drone XMP: height above take-off
     double yawDegrees = qQNaN();       // drone XMP: gimbal, else flight yaw

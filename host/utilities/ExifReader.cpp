@@ -265,6 +265,9 @@ ExifStatus decodeExif(const unsigned char* data, std::size_t size, ExifTags& tag
     tags.focalLength35mm = integerOf(cameraEntry(exif, ifd0, EXIF_TAG_FOCAL_LENGTH_IN_35MM_FILM), order);
     tags.pixelWidth = integerOf(cameraEntry(exif, ifd0, EXIF_TAG_PIXEL_X_DIMENSION), order);
     tags.pixelHeight = integerOf(cameraEntry(exif, ifd0, EXIF_TAG_PIXEL_Y_DIMENSION), order);
+    rationalAt(cameraEntry(exif, ifd0, EXIF_TAG_FOCAL_PLANE_X_RESOLUTION), 0, order, tags.focalPlaneXResolution);
+    if (const long long unit = integerOf(cameraEntry(exif, ifd0, EXIF_TAG_FOCAL_PLANE_RESOLUTION_UNIT), order))
+        tags.focalPlaneResolutionUnit = unit;
 
     // GPS tags share numbers with tags of other directories, so look only in the GPS one.
     const Directory gps = ifd0.sub(EXIF_TAG_GPS_INFO_IFD_POINTER);

@@ -31,6 +31,9 @@ struct ExifTags
     long long focalLength35mm = 0;
     long long pixelWidth = 0;
     long long pixelHeight = 0;
+    // Sensor pixels per unit (1 none, 2 inch, 3 cm, 4 mm, 5 micrometre).
+    double focalPlaneXResolution = 0.0;
+    long long focalPlaneResolutionUnit = 2; // the standard's default
 };
 
 // Why a JPEG's EXIF block could not be decoded. The values are stable: the

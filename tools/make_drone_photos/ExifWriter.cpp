@@ -120,6 +120,10 @@ QByteArray buildExifSegment(const PhotoExif& exif)
     w.ascii(EXIF_IFD_EXIF, EXIF_TAG_DATE_TIME_DIGITIZED, stamp);
     w.rationals(EXIF_IFD_EXIF, EXIF_TAG_FOCAL_LENGTH, {{88, 10}});
     w.shortValue(EXIF_IFD_EXIF, EXIF_TAG_FOCAL_LENGTH_IN_35MM_FILM, 24);
+    // The flight plan's 1-inch sensor, 13.2 x 8.8 mm: 8.8 mm is 24 mm in 35 mm terms.
+    w.rationals(EXIF_IFD_EXIF, EXIF_TAG_FOCAL_PLANE_X_RESOLUTION, {{ExifLong(exif.width) * 100, 132}});
+    w.rationals(EXIF_IFD_EXIF, EXIF_TAG_FOCAL_PLANE_Y_RESOLUTION, {{ExifLong(exif.height) * 100, 88}});
+    w.shortValue(EXIF_IFD_EXIF, EXIF_TAG_FOCAL_PLANE_RESOLUTION_UNIT, 3);
     w.shortValue(EXIF_IFD_EXIF, EXIF_TAG_COLOR_SPACE, 1);
     w.longValue(EXIF_IFD_EXIF, EXIF_TAG_PIXEL_X_DIMENSION, ExifLong(exif.width));
     w.longValue(EXIF_IFD_EXIF, EXIF_TAG_PIXEL_Y_DIMENSION, ExifLong(exif.height));

@@ -131,6 +131,36 @@ private slots:
         QVERIFY2(wrong <= 0.02 * std::max(notShown, 1) + 0.5, qPrintable(figures));
     }
 
+    // The lens's field of view: the sensor's width with the true focal
+    // length beats the 35 mm figure; implausible tags fall back.
+    void fieldOfView_data()
+    {
+        QTest::addColumn<double>("focalMm");
+        QTest::addColumn<double>("sensorMm");
+        QTest::addColumn<double>("focal35mm");
+        QTest::addColumn<double>("degrees");
+        QTest::newRow("focal length and sensor") << 24.0 << 13.2 << 24.0 << 36.58;
+        QTest::newRow("sensor of a resized photo") << 24.0 << 0.2 << 50.0 << 46.79;
+        QTest::newRow("35 mm only") << 0.0 << 0.0 << 50.0 << 46.79;
+        QTest::newRow("nothing") << 0.0 << 0.0 << 0.0 << 84.0;
+    }
+    void fieldOfView()
+    {
+        QFETCH(double, focalMm);
+        QFETCH(double, sensorMm);
+        QFETCH(double, focal35mm);
+        QFETCH(double, degrees);
+        PhotoGeo photo;
+        photo.pixelSize = QSize(5472, 3648);
+        photo.focalLengthMm = focalMm;
+        photo.sensorWidthMm = sensorMm;
+        photo.focalLength35mm = focal35mm;
+        const double fov = diagonalFieldOfView(photo);
+        QVERIFY2(std::abs(fov - degrees) < 0.01, qPrintable(QString::number(fov)));
+        // The generated photos carry the flight plan's 13.2 mm sensor.
+        QVERIFY(std::abs(m_cache.values(m_photos).first().sensorWidthMm - 13.2) < 0.01);
+    }
+
     // A compass mounted off true turns every photo: markers on a few photos
     // tell the turn, and the other predictions come back onto the point.
     void headingBiasLearnt_data()
