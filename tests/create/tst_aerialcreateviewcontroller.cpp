@@ -50,212 +50,184 @@ class TstAerialCreateViewController : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase()
+    {
+        Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialcreateviewcontroller"));
+        QVERIFY(m_dir.isValid());
+        qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
+        const QStringList north{QStringLiteral("--lat"), QStringLiteral("47.0"), QStringLiteral("--lon"), QStringLiteral("15.0")};
+        m_sets.insert(QStringLiteral("gps"), makePhotos(QStringLiteral("gps"), north + QStringList{"--count", "3"}));
+        m_sets.insert(QStringLiteral("lastNone"),
+                      makePhotos(QStringLiteral("lastNone"), north + QStringList{"--count", "4", "--no-gps", "1", "--seed", "2"}));
+        m_sets.insert(QStringLiteral("zero"),
+                      makePhotos(QStringLiteral("zero"), north + QStringList{"--count", "2", "--zero-gps", "2", "--seed", "3"}));
+        m_sets.insert(QStringLiteral("south"),
+                      makePhotos(QStringLiteral("south"), QStringList{"--lat", "-33.4", "--lon", "-70.6", "--count", "2", "--seed", "4"}));
+        QCOMPARE(photos(QStringLiteral("gps")).size(), 3);
+        QCOMPARE(photos(QStringLiteral("lastNone")).size(), 4);
+        QCOMPARE(photos(QStringLiteral("zero")).size(), 2);
+        QCOMPARE(photos(QStringLiteral("south")).size(), 2);
+    }
+    void init()
+    {
+        QSettings().clear();
+        m_dialogs.record(TaskDialog::IconButtonResult);
+        makeController();
+    }
+    void cleanup()
+    {
+        delete m_controller.data();
+        QVERIFY(KeelCore::waitForIdle());
+        m_dialogs.stop();
+    }
 
-    void acceptsLocalImageItemsOnly();
-    void warnsOncePerBatchWithoutGps_data();
-    void warnsOncePerBatchWithoutGps();
-    void noWarningAfterViewDisappearsOrIsHidden();
-    void defaultCoordSysFromLastIncludedPhoto_data();
-    void defaultCoordSysFromLastIncludedPhoto();
+    void acceptsLocalImageItemsOnly()
+    {
+        const QString path = photos(QStringLiteral("gps")).constFirst();
+        QSharedPointer<Zyn::UiToolkit::IThumbnailItem> item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
+        QVERIFY(item);
+        QVERIFY(qobject_cast<Zyn::UiToolkit::LocalImageFileItem*>(item.data()));
+        QCOMPARE(item->path(), path);
+        QVERIFY(!item->parent());
+        QVERIFY(m_controller->validateThumbnailItem(item));
+
+        QVERIFY(!m_controller->validateThumbnailItem({}));
+        QVERIFY(!m_controller->validateThumbnailItem(QSharedPointer<Zyn::UiToolkit::IThumbnailItem>(new OtherItem)));
+
+        // Through the canvas: local photos become tiles.
+        QCOMPARE(canvas()->addFiles(photos(QStringLiteral("gps"))).size(), 3);
+    }
+    void warnsOncePerBatchWithoutGps_data()
+    {
+        QTest::addColumn<QString>("set");
+        QTest::addColumn<int>("expected");
+        QTest::newRow("all have GPS") << "gps" << 0;
+        QTest::newRow("only the last lacks GPS") << "lastNone" << 1;
+        QTest::newRow("all-zero GPS tags") << "zero" << 1;
+        QTest::newRow("empty batch") << "" << 0;
+        QTest::newRow("missing file") << "missing" << 1;
+    }
+    void warnsOncePerBatchWithoutGps()
+    {
+        QFETCH(QString, set);
+        QFETCH(int, expected);
+        if (set.isEmpty())
+            m_controller->onLocalPhotosAdded({});
+        else if (set == QLatin1String("missing"))
+            m_controller->onLocalPhotosAdded({m_dir.filePath(QStringLiteral("gone.jpg"))});
+        else
+            QCOMPARE(canvas()->addFiles(photos(set)).size(), photos(set).size());
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(warnings(), expected);
+        QCOMPARE(m_dialogs.size(), expected);
+        if (!expected)
+            return;
+        const TaskDialog::Request& r = m_dialogs.constFirst();
+        QCOMPARE(r.mainText, QStringLiteral("Some photos do not have GPS data"));
+        QCOMPARE(r.secondaryText, QStringLiteral("The output will not be geolocated."));
+        QCOMPARE(r.buttonSet, int(TaskDialog::IconButtonsOnly));
+        QCOMPARE(r.iconButtons.size(), 1);
+        QCOMPARE(r.iconButtons.constFirst().icon, QStringLiteral(":/resources/images/sys_message_box_button_yes.png"));
+        QCOMPARE(r.iconButtons.constFirst().label, QStringLiteral("Continue"));
+        QCOMPARE(r.parent.data(), m_controller->getQtWidget());
+    }
+    void noWarningAfterViewDisappearsOrIsHidden()
+    {
+        // Hidden view: the check runs but nobody is warned.
+        m_controller->getView()->hide();
+        canvas()->addFiles(photos(QStringLiteral("zero")));
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(warnings(), 0);
+        // The flag is untouched by hiding: visible again, the next batch warns.
+        m_controller->getView()->show();
+        m_controller->onLocalPhotosAdded(photos(QStringLiteral("zero")));
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(warnings(), 1);
+
+        // Disappearing clears it for good, even when the check finishes later.
+        m_controller->onLocalPhotosAdded(photos(QStringLiteral("lastNone")));
+        m_controller->viewWillDisappear();
+        QVERIFY(!m_controller->isGpsWarningEnabled());
+        QVERIFY(KeelCore::waitForIdle());
+        m_controller->onLocalPhotosAdded(photos(QStringLiteral("lastNone")));
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(warnings(), 1);
+    }
+    void defaultCoordSysFromLastIncludedPhoto_data()
+    {
+        QTest::addColumn<QStringList>("sets"); // added in turn, the zone asked for after each
+        QTest::addColumn<QString>("excluded");
+        QTest::addColumn<QString>("zone"); // empty: none proposed
+        QTest::newRow("no photos") << QStringList() << "" << "";
+        QTest::newRow("north") << QStringList{"gps"} << "" << "EPSG:32633";
+        QTest::newRow("south added last") << QStringList{"gps", "south"} << "" << "EPSG:32719";
+        QTest::newRow("excluded photos do not count") << QStringList{"gps", "south"} << "south" << "EPSG:32633";
+        QTest::newRow("last without GPS keeps the earlier") << QStringList{"gps", "lastNone"} << "" << "EPSG:32633";
+    }
+    void defaultCoordSysFromLastIncludedPhoto()
+    {
+        QFETCH(QStringList, sets);
+        QFETCH(QString, excluded);
+        QFETCH(QString, zone);
+        QTRY_VERIFY_WITH_TIMEOUT(!selector()->dialog()->isLoading(), 60000);
+        for (const QString& set : sets) {
+            canvas()->addFiles(photos(set));
+            m_controller->getCoordSysFromLastImage();
+        }
+        for (const QString& p : photos(excluded))
+            canvas()->setFileSelected(p, false);
+        // Nothing is said when the last photo has no GPS.
+        QVERIFY(KeelCore::waitForIdle());
+        m_dialogs.clear();
+        m_controller->getCoordSysFromLastImage();
+        QVERIFY(m_dialogs.isEmpty());
+        QCOMPARE(selector()->defaultGpsCoordSys().code, zone);
+        if (zone.isEmpty())
+            return;
+        // Until the user chooses, the flyout proposes it.
+        bool m, pc, om;
+        float px;
+        QString cs;
+        canvas()->getFlyout()->show();
+        qobject_cast<AerialSettingsFlyout*>(canvas()->getFlyout())->GetSettings(m, pc, om, px, cs);
+        QCOMPARE(cs, zone);
+    }
 
 private:
-    QStringList makePhotos(const QString& name, const QStringList& args);
+    QStringList makePhotos(const QString& name, const QStringList& args)
+    {
+        return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), QStringList{QStringLiteral("--alt"), QStringLiteral("120")} + args);
+    }
     QStringList photos(const QString& name) const { return m_sets.value(name); }
-    void makeController();
-    PhotoPreview* canvas() const;
-    CoordSysSelector* selector() const;
-    int warnings() const;
+    void makeController()
+    {
+        m_controller = new AerialCreateViewController;
+        m_controller->Initialize();
+        m_controller->getView()->resize(800, 600);
+        m_controller->getView()->show();
+        // Every set names its photos AX20_0001...; in the order added, "last"
+        // is the photo added last.
+        canvas()->proxyModel()->setSortMode(Zyn::UiToolkit::ThumbnailProxyModel::AsAdded);
+    }
+    PhotoPreview* canvas() const
+    {
+        return qobject_cast<MainState*>(m_controller->getState())->getPhotoCanvas();
+    }
+    CoordSysSelector* selector() const
+    {
+        return canvas()->getFlyout()->findChild<CoordSysSelector*>(QStringLiteral("coord_sys_selector"));
+    }
+    int warnings() const
+    {
+        return int(std::count_if(m_dialogs.begin(), m_dialogs.end(),
+                                 [](const TaskDialog::Request& r) { return r.kind == TaskDialog::Warning; }));
+    }
 
     QTemporaryDir m_dir;
     QHash<QString, QStringList> m_sets;
     QPointer<AerialCreateViewController> m_controller;
     Zyn::TestSupport::DialogRecorder m_dialogs;
 };
-
-QStringList TstAerialCreateViewController::makePhotos(const QString& name, const QStringList& args)
-{
-    return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), QStringList{QStringLiteral("--alt"), QStringLiteral("120")} + args);
-}
-
-void TstAerialCreateViewController::initTestCase()
-{
-    Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialcreateviewcontroller"));
-    QVERIFY(m_dir.isValid());
-    qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
-    const QStringList north{QStringLiteral("--lat"), QStringLiteral("47.0"), QStringLiteral("--lon"), QStringLiteral("15.0")};
-    m_sets.insert(QStringLiteral("gps"), makePhotos(QStringLiteral("gps"), north + QStringList{"--count", "3"}));
-    m_sets.insert(QStringLiteral("lastNone"),
-                  makePhotos(QStringLiteral("lastNone"), north + QStringList{"--count", "4", "--no-gps", "1", "--seed", "2"}));
-    m_sets.insert(QStringLiteral("zero"),
-                  makePhotos(QStringLiteral("zero"), north + QStringList{"--count", "2", "--zero-gps", "2", "--seed", "3"}));
-    m_sets.insert(QStringLiteral("south"),
-                  makePhotos(QStringLiteral("south"), QStringList{"--lat", "-33.4", "--lon", "-70.6", "--count", "2", "--seed", "4"}));
-    QCOMPARE(photos(QStringLiteral("gps")).size(), 3);
-    QCOMPARE(photos(QStringLiteral("lastNone")).size(), 4);
-    QCOMPARE(photos(QStringLiteral("zero")).size(), 2);
-    QCOMPARE(photos(QStringLiteral("south")).size(), 2);
-}
-
-void TstAerialCreateViewController::init()
-{
-    QSettings().clear();
-    m_dialogs.record(TaskDialog::IconButtonResult);
-    makeController();
-}
-
-void TstAerialCreateViewController::cleanup()
-{
-    delete m_controller.data();
-    QVERIFY(KeelCore::waitForIdle());
-    m_dialogs.stop();
-}
-
-void TstAerialCreateViewController::makeController()
-{
-    m_controller = new AerialCreateViewController;
-    m_controller->Initialize();
-    m_controller->getView()->resize(800, 600);
-    m_controller->getView()->show();
-    // Every set names its photos AX20_0001...; in the order added, "last"
-    // is the photo added last.
-    canvas()->proxyModel()->setSortMode(Zyn::UiToolkit::ThumbnailProxyModel::AsAdded);
-}
-
-PhotoPreview* TstAerialCreateViewController::canvas() const
-{
-    return qobject_cast<MainState*>(m_controller->getState())->getPhotoCanvas();
-}
-
-CoordSysSelector* TstAerialCreateViewController::selector() const
-{
-    return canvas()->getFlyout()->findChild<CoordSysSelector*>(QStringLiteral("coord_sys_selector"));
-}
-
-int TstAerialCreateViewController::warnings() const
-{
-    return int(std::count_if(m_dialogs.begin(), m_dialogs.end(),
-                             [](const TaskDialog::Request& r) { return r.kind == TaskDialog::Warning; }));
-}
-
-void TstAerialCreateViewController::acceptsLocalImageItemsOnly()
-{
-    const QString path = photos(QStringLiteral("gps")).constFirst();
-    QSharedPointer<Zyn::UiToolkit::IThumbnailItem> item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
-    QVERIFY(item);
-    QVERIFY(qobject_cast<Zyn::UiToolkit::LocalImageFileItem*>(item.data()));
-    QCOMPARE(item->path(), path);
-    QVERIFY(!item->parent());
-    QVERIFY(m_controller->validateThumbnailItem(item));
-
-    QVERIFY(!m_controller->validateThumbnailItem({}));
-    QVERIFY(!m_controller->validateThumbnailItem(QSharedPointer<Zyn::UiToolkit::IThumbnailItem>(new OtherItem)));
-
-    // Through the canvas: local photos become tiles.
-    QCOMPARE(canvas()->addFiles(photos(QStringLiteral("gps"))).size(), 3);
-}
-
-void TstAerialCreateViewController::warnsOncePerBatchWithoutGps_data()
-{
-    QTest::addColumn<QString>("set");
-    QTest::addColumn<int>("expected");
-    QTest::newRow("all have GPS") << "gps" << 0;
-    QTest::newRow("only the last lacks GPS") << "lastNone" << 1;
-    QTest::newRow("all-zero GPS tags") << "zero" << 1;
-    QTest::newRow("empty batch") << "" << 0;
-    QTest::newRow("missing file") << "missing" << 1;
-}
-
-void TstAerialCreateViewController::warnsOncePerBatchWithoutGps()
-{
-    QFETCH(QString, set);
-    QFETCH(int, expected);
-    if (set.isEmpty())
-        m_controller->onLocalPhotosAdded({});
-    else if (set == QLatin1String("missing"))
-        m_controller->onLocalPhotosAdded({m_dir.filePath(QStringLiteral("gone.jpg"))});
-    else
-        QCOMPARE(canvas()->addFiles(photos(set)).size(), photos(set).size());
-    QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(warnings(), expected);
-    QCOMPARE(m_dialogs.size(), expected);
-    if (!expected)
-        return;
-    const TaskDialog::Request& r = m_dialogs.constFirst();
-    QCOMPARE(r.mainText, QStringLiteral("Some photos do not have GPS data"));
-    QCOMPARE(r.secondaryText, QStringLiteral("The output will not be geolocated."));
-    QCOMPARE(r.buttonSet, int(TaskDialog::IconButtonsOnly));
-    QCOMPARE(r.iconButtons.size(), 1);
-    QCOMPARE(r.iconButtons.constFirst().icon, QStringLiteral(":/resources/images/sys_message_box_button_yes.png"));
-    QCOMPARE(r.iconButtons.constFirst().label, QStringLiteral("Continue"));
-    QCOMPARE(r.parent.data(), m_controller->getQtWidget());
-}
-
-void TstAerialCreateViewController::noWarningAfterViewDisappearsOrIsHidden()
-{
-    // Hidden view: the check runs but nobody is warned.
-    m_controller->getView()->hide();
-    canvas()->addFiles(photos(QStringLiteral("zero")));
-    QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(warnings(), 0);
-    // The flag is untouched by hiding: visible again, the next batch warns.
-    m_controller->getView()->show();
-    m_controller->onLocalPhotosAdded(photos(QStringLiteral("zero")));
-    QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(warnings(), 1);
-
-    // Disappearing clears it for good, even when the check finishes later.
-    m_controller->onLocalPhotosAdded(photos(QStringLiteral("lastNone")));
-    m_controller->viewWillDisappear();
-    QVERIFY(!m_controller->isGpsWarningEnabled());
-    QVERIFY(KeelCore::waitForIdle());
-    m_controller->onLocalPhotosAdded(photos(QStringLiteral("lastNone")));
-    QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(warnings(), 1);
-}
-
-void TstAerialCreateViewController::defaultCoordSysFromLastIncludedPhoto_data()
-{
-    QTest::addColumn<QStringList>("sets"); // added in turn, the zone asked for after each
-    QTest::addColumn<QString>("excluded");
-    QTest::addColumn<QString>("zone"); // empty: none proposed
-    QTest::newRow("no photos") << QStringList() << "" << "";
-    QTest::newRow("north") << QStringList{"gps"} << "" << "EPSG:32633";
-    QTest::newRow("south added last") << QStringList{"gps", "south"} << "" << "EPSG:32719";
-    QTest::newRow("excluded photos do not count") << QStringList{"gps", "south"} << "south" << "EPSG:32633";
-    QTest::newRow("last without GPS keeps the earlier") << QStringList{"gps", "lastNone"} << "" << "EPSG:32633";
-}
-
-void TstAerialCreateViewController::defaultCoordSysFromLastIncludedPhoto()
-{
-    QFETCH(QStringList, sets);
-    QFETCH(QString, excluded);
-    QFETCH(QString, zone);
-    QTRY_VERIFY_WITH_TIMEOUT(!selector()->dialog()->isLoading(), 60000);
-    for (const QString& set : sets) {
-        canvas()->addFiles(photos(set));
-        m_controller->getCoordSysFromLastImage();
-    }
-    for (const QString& p : photos(excluded))
-        canvas()->setFileSelected(p, false);
-    // Nothing is said when the last photo has no GPS.
-    QVERIFY(KeelCore::waitForIdle());
-    m_dialogs.clear();
-    m_controller->getCoordSysFromLastImage();
-    QVERIFY(m_dialogs.isEmpty());
-    QCOMPARE(selector()->defaultGpsCoordSys().code, zone);
-    if (zone.isEmpty())
-        return;
-    // Until the user chooses, the flyout proposes it.
-    bool m, pc, om;
-    float px;
-    QString cs;
-    canvas()->getFlyout()->show();
-    qobject_cast<AerialSettingsFlyout*>(canvas()->getFlyout())->GetSettings(m, pc, om, px, cs);
-    QCOMPARE(cs, zone);
-}
 
 QTEST_MAIN(TstAerialCreateViewController)
 #include "tst_aerialcreateviewcontroller.moc"

@@ -51,33 +51,415 @@ class TstAerialSettingsFlyout : public QObject {
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void init();
-    void cleanup();
+    void initTestCase()
+    {
+        QVERIFY(m_dir.isValid());
+        Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialsettingsflyout"), m_dir.path());
+        qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
+    }
+    void init()
+    {
+        QSettings().clear();
+        for (const char* key : {Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE,
+                                Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS,
+                                Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS})
+            config()->remove(QLatin1String(key));
+        m_dialogs.record();
+        m_termsAsked = 0;
+        m_termsAnswer = true;
+        CreateModelFlyout::setTermsHandler([this](const QString&) {
+            ++m_termsAsked;
+            return m_termsAnswer;
+        });
+        makeFlyout();
+    }
+    void cleanup()
+    {
+        delete m_flyout.data();
+        m_canvas.reset();
+        m_state.reset();
+        QVERIFY(KeelCore::waitForIdle());
+        m_dialogs.stop();
+        CreateModelFlyout::clearTermsHandler();
+    }
 
-    void validateModelNameMessages_data();
-    void validateModelNameMessages();
-    void keyFilterPolicesTyping_data();
-    void keyFilterPolicesTyping();
-    void meshCannotBeSwitchedOff();
-    void pixelSizeFollowsOrthoMap();
-    void pixelSizeSavedIsShown_data();
-    void pixelSizeSavedIsShown();
-    void startSaysWhichPhotosAreLeftOut_data();
-    void startSaysWhichPhotosAreLeftOut();
-    void closeButtonHasFocusAndRejects();
-    void startRefusesWithoutTermsNameOrSystem();
-    void startsOnce_data();
-    void startsOnce();
-    void creditLineFromAccount_data();
-    void creditLineFromAccount();
-    void selfHostedAccountHidesCredits();
-    void creditAnswerAfterFlyoutIsGoneIsDropped();
+    void validateModelNameMessages_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("mainText");
+        QTest::addColumn<QString>("secondaryText");
+        QTest::newRow("empty") << QString() << QStringLiteral("The project name is empty!") << QString();
+        const QString rule = QStringLiteral("Name may only contain letters(A-Z, a-z),\ndigits(0-9), dash(-) or underscore (_).");
+        QTest::newRow("pasted space") << QStringLiteral("north field") << QStringLiteral("Project name is not valid.") << rule;
+        QTest::newRow("umlaut") << QStringLiteral("M\u00fchle") << QStringLiteral("Project name is not valid.") << rule;
+        QTest::newRow("dot") << QStringLiteral("site.a") << QStringLiteral("Project name is not valid.") << rule;
+        QTest::newRow("slash") << QStringLiteral("a/b") << QStringLiteral("Project name is not valid.") << rule;
+        QTest::newRow("beyond latin-1") << QStringLiteral("site\u4e00") << QStringLiteral("Project name is not valid.") << rule;
+        QTest::newRow("last character") << QStringLiteral("abcdef!") << QStringLiteral("Project name is not valid.") << rule;
+        QTest::newRow("letters digits") << QStringLiteral("Survey2024abcXYZ") << QString() << QString();
+        QTest::newRow("dash underscore") << QStringLiteral("-_") << QString() << QString();
+        QTest::newRow("full length") << QString(256, QLatin1Char('a')) << QString() << QString();
+    }
+    void validateModelNameMessages()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, mainText);
+        QFETCH(QString, secondaryText);
+        auto* edit = child<QLineEdit>("modelname_lineedit");
+        edit->setStyleSheet(QStringLiteral("QLineEdit { border: 2px solid red; }"));
+        edit->setText(name);
+        const bool ok = m_flyout->ValidateModelName();
+        QCOMPARE(ok, mainText.isEmpty());
+        // Judged on Start, never while typing or pasting; the field's style is restored.
+        QVERIFY(!edit->validator());
+        QCOMPARE(edit->styleSheet(), name.isEmpty() ? QStringLiteral("QLineEdit { border: 2px solid red; }")
+                                                    : CreateModelFlyout::GetModelNameLineEditStylesheet());
+        if (ok) {
+            QVERIFY(m_dialogs.isEmpty());
+            QCOMPARE(m_flyout->getModelName(), name);
+            return;
+        }
+        QCOMPARE(m_dialogs.size(), 1);
+        const TaskDialog::Request& r = m_dialogs.constFirst();
+        QCOMPARE(int(r.kind), int(TaskDialog::Error));
+        QCOMPARE(r.mainText, mainText);
+        QCOMPARE(r.secondaryText, secondaryText);
+        QCOMPARE(r.buttonSet, int(TaskDialog::OkButton));
+        QVERIFY(r.iconButtons.isEmpty());
+        QCOMPARE(r.parent.data(), static_cast<QWidget*>(m_flyout.data()));
+        // A refused name is not kept, and the field keeps what the user typed.
+        QVERIFY(m_flyout->getModelName().isEmpty());
+        QCOMPARE(edit->text(), name);
+    }
+    void keyFilterPolicesTyping_data()
+    {
+        // After "ab": a key first (0: none), then a key with its text and modifiers.
+        QTest::addColumn<int>("first");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<int>("modifiers");
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("cursor");
+        QTest::newRow("dash") << 0 << int(Qt::Key_Minus) << "-" << 0 << "ab-" << 3;
+        QTest::newRow("underscore") << 0 << int(Qt::Key_Underscore) << "_" << int(Qt::ShiftModifier) << "ab_" << 3;
+        QTest::newRow("space") << 0 << int(Qt::Key_Space) << " " << 0 << "ab" << 2;
+        QTest::newRow("dot") << 0 << int(Qt::Key_Period) << "." << 0 << "ab" << 2;
+        QTest::newRow("Shift gives capitals") << 0 << int(Qt::Key_Q) << "Q" << int(Qt::ShiftModifier) << "abQ" << 3;
+        QTest::newRow("Shift with a digit key") << 0 << int(Qt::Key_5) << "%" << int(Qt::ShiftModifier) << "ab" << 2;
+        QTest::newRow("keypad digit") << 0 << int(Qt::Key_7) << "7" << int(Qt::KeypadModifier) << "ab7" << 3;
+        // Ctrl+A would select everything, so the next letter replaced it.
+        QTest::newRow("Ctrl+A") << int(Qt::Key_A) << int(Qt::Key_Z) << "z" << 0 << "abz" << 3;
+        QTest::newRow("Home, Delete") << int(Qt::Key_Home) << int(Qt::Key_Delete) << "" << 0 << "b" << 0;
+        QTest::newRow("Left, Backspace") << int(Qt::Key_Left) << int(Qt::Key_Backspace) << "" << 0 << "b" << 0;
+        // Up would move the cursor to the start (End and Right pass as Home and
+        // Left do); Return never reaches the field.
+        QTest::newRow("Up") << 0 << int(Qt::Key_Up) << "" << 0 << "ab" << 2;
+        QTest::newRow("Return") << 0 << int(Qt::Key_Return) << "\r" << 0 << "ab" << 2;
+    }
+    void keyFilterPolicesTyping()
+    {
+        QFETCH(int, first);
+        QFETCH(int, key);
+        QFETCH(QString, typed);
+        QFETCH(int, modifiers);
+        QFETCH(QString, text);
+        QFETCH(int, cursor);
+        m_flyout->show();
+        auto* edit = child<QLineEdit>("modelname_lineedit");
+        QSignalSpy returned(edit, &QLineEdit::returnPressed);
+        QTest::keyClicks(edit, QStringLiteral("ab"));
+        if (first)
+            QTest::keyClick(edit, Qt::Key(first), first == Qt::Key_A ? Qt::ControlModifier : Qt::NoModifier);
+        QTest::sendKeyEvent(QTest::Click, edit, Qt::Key(key), typed, Qt::KeyboardModifiers(modifiers));
+        QCOMPARE(edit->text(), text);
+        QCOMPARE(edit->cursorPosition(), cursor);
+        QCOMPARE(returned.count(), 0);
+        QVERIFY(m_dialogs.isEmpty());
+    }
+    void meshCannotBeSwitchedOff()
+    {
+        m_flyout->show();
+        auto* mesh = child<QCheckBox>("mesh_checkBox");
+        QVERIFY(mesh->isEnabled());
+        QCOMPARE(mesh->focusPolicy(), Qt::NoFocus);
+        for (int click = 0; click < 2; ++click)
+            QTest::mouseClick(mesh, Qt::LeftButton, {}, QPoint(6, mesh->height() / 2));
+        bool m = false, pc = true, om = true;
+        float px = 0;
+        QString cs;
+        m_flyout->GetSettings(m, pc, om, px, cs);
+        QVERIFY(m && mesh->isChecked() && !pc && !om);
+    }
+    void pixelSizeFollowsOrthoMap()
+    {
+        auto* ortho = child<QCheckBox>("orthomap_checkBox");
+        auto* spin = child<QSpinBox>("upp_spinBox");
+        m_flyout->show();
+        QVERIFY(!ortho->isChecked());
+        QVERIFY(!spin->isEnabled());
+        QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
+        QVERIFY(ortho->isChecked());
+        QVERIFY(spin->isEnabled());
+        QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
+        QVERIFY(!spin->isEnabled());
+
+        // Showing again follows the check box even if the spin box was changed meanwhile.
+        m_flyout->hide();
+        {
+            const QSignalBlocker block(ortho);
+            ortho->setChecked(true);
+        }
+        QVERIFY(!spin->isEnabled());
+        m_flyout->show();
+        QVERIFY(spin->isEnabled());
+    }
+    void pixelSizeSavedIsShown_data()
+    {
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<bool>("byReturn");
+        QTest::addColumn<int>("shown");
+        QTest::newRow("25") << "25" << false << 25;
+        QTest::newRow("100, Return") << "100" << true << 100;
+        QTest::newRow("cleared") << "" << false << 1;
+        QTest::newRow("cleared, Return") << "" << true << 1;
+        QTest::newRow("0") << "0" << false << 1;
+        QTest::newRow("0, Return") << "0" << true << 1;
+        QTest::newRow("0.") << "0." << false << 1;
+        QTest::newRow("-, Return") << "-" << true << 1;
+        QTest::newRow("250") << "250" << false << 25;
+    }
+    void pixelSizeSavedIsShown()
+    {
+        QFETCH(QString, typed);
+        QFETCH(bool, byReturn);
+        QFETCH(int, shown);
+        readyToStart();
+        auto* spin = child<QSpinBox>("upp_spinBox");
+        QTest::mouseClick(child<QCheckBox>("orthomap_checkBox"), Qt::LeftButton, {}, QPoint(6, 8));
+        QTest::mouseClick(child<QCheckBox>("qxs_checkBox"), Qt::LeftButton, {}, QPoint(6, 8));
+        spin->setValue(30);
+        spin->setFocus();
+        spin->selectAll();
+        QTest::keyClick(spin, Qt::Key_Backspace);
+        QTest::keyClicks(spin, typed);
+        bool m = false, pc = false, om = false;
+        float px = 0;
+        QString cs;
+        connect(m_flyout.data(), &QDialog::accepted, this, [&] { m_flyout->GetSettings(m, pc, om, px, cs); });
+        if (byReturn)
+            QTest::keyClick(spin, Qt::Key_Return);
+        else
+            QTest::mouseClick(child<QPushButton>("start_button"), Qt::LeftButton);
+        QTRY_VERIFY(m && pc && om);
+        QCOMPARE(spin->text(), QString::number(shown));
+        QCOMPARE(qRound(px * 100), shown);
+    }
+    void startSaysWhichPhotosAreLeftOut_data()
+    {
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<int>("accepts");
+        QTest::newRow("start without them") << int(TaskDialog::Ok) << 1;
+        QTest::newRow("cancel") << int(TaskDialog::Cancel) << 0;
+    }
+    void startSaysWhichPhotosAreLeftOut()
+    {
+        QFETCH(int, answer);
+        QFETCH(int, accepts);
+        const QString empty = QDir::cleanPath(m_dir.filePath(QStringLiteral("empty.jpg")));
+        QFile file(empty);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.close();
+        QCOMPARE(m_canvas->addFiles({empty}).size(), 1);
+        QTRY_COMPARE(m_canvas->unreadableFiles().size(), 1);
+        readyToStart();
+        m_dialogs.answer = answer;
+        QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
+        QTest::mouseClick(child<QPushButton>("start_button"), Qt::LeftButton);
+        QCOMPARE(m_dialogs.size(), 1);
+        QCOMPARE(m_dialogs.first().mainText, QString("1 photo cannot be read and is left out of the project."));
+        QCOMPARE(m_dialogs.first().secondaryText, "empty.jpg: " + m_canvas->unreadableFiles().first().reason);
+        QVERIFY(KeelCore::waitForIdle());
+        QTRY_COMPARE(accepted.count(), accepts);
+        QCOMPARE(m_state->selectedFiles(), QStringList{m_dir.filePath(QStringLiteral("photo.jpg"))});
+    }
+    void closeButtonHasFocusAndRejects()
+    {
+        // Showing gives the focus to the close button, not to the name field.
+        child<QLineEdit>("modelname_lineedit")->setFocus();
+        m_flyout->show();
+        QCOMPARE(m_flyout->focusWidget(), static_cast<QWidget*>(child<QToolButton>("close_toolButton")));
+        QSignalSpy rejected(m_flyout.data(), &QDialog::rejected);
+        QTest::mouseClick(child<QToolButton>("close_toolButton"), Qt::LeftButton);
+        QCOMPARE(rejected.count(), 1);
+        QVERIFY(!m_flyout->isVisible());
+        QCOMPARE(child<QToolButton>("close_toolButton")->size(), QSize(20, 20));
+    }
+    void startRefusesWithoutTermsNameOrSystem()
+    {
+        m_flyout->show();
+        QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
+        auto* edit = child<QLineEdit>("modelname_lineedit");
+        auto* start = child<QPushButton>("start_button");
+
+        // Declined terms: silent, asked again next time.
+        m_termsAnswer = false;
+        edit->setText(QStringLiteral("site"));
+        QTest::mouseClick(start, Qt::LeftButton);
+        QCOMPARE(m_termsAsked, 1);
+        QVERIFY(m_dialogs.isEmpty());
+
+        m_termsAnswer = true;
+        edit->clear();
+        QTest::mouseClick(start, Qt::LeftButton);
+        QCOMPARE(m_termsAsked, 2);
+        QCOMPARE(m_dialogs.size(), 1);
+        QCOMPARE(m_dialogs.last().mainText, QStringLiteral("The project name is empty!"));
+
+        // Accepted once, never asked again.
+        edit->setText(QStringLiteral("a b"));
+        QTest::mouseClick(start, Qt::LeftButton);
+        QCOMPARE(m_termsAsked, 2);
+        QCOMPARE(m_dialogs.size(), 2);
+        QCOMPARE(m_dialogs.last().mainText, QStringLiteral("Project name is not valid."));
+
+        QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
+        child<QLineEdit>("txtbox_coordsys")->setText(QStringLiteral("EPSG:0"));
+        edit->setText(QStringLiteral("site"));
+        QTest::mouseClick(start, Qt::LeftButton);
+        QCOMPARE(m_dialogs.size(), 3);
+        QCOMPARE(m_dialogs.last().mainText, QStringLiteral("The target coordinate system is not valid!"));
+        QCOMPARE(m_dialogs.last().buttonSet, int(TaskDialog::OkButton));
+
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(accepted.count(), 0);
+        QVERIFY(m_flyout->isVisible());
+        QCOMPARE(edit->text(), QStringLiteral("site"));
+    }
+    void startsOnce_data()
+    {
+        QTest::addColumn<QString>("gesture");
+        QTest::addColumn<int>("accepts");
+        QTest::newRow("Return") << "return" << 1;
+        QTest::newRow("keypad Enter") << "enter" << 1;
+        QTest::newRow("Start clicked twice while the account answers") << "twice" << 1;
+        QTest::newRow("Start then Return") << "start-return" << 1;
+        QTest::newRow("Start then closed before the answer") << "start-close" << 0;
+    }
+    void startsOnce()
+    {
+        QFETCH(QString, gesture);
+        QFETCH(int, accepts);
+        readyToStart();
+        QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
+        // Modified Return does nothing.
+        QTest::keyClick(m_flyout.data(), Qt::Key_Return, Qt::ControlModifier);
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(accepted.count(), 0);
+        auto* start = child<QPushButton>("start_button");
+        if (gesture == QLatin1String("return"))
+            QTest::keyClick(m_flyout.data(), Qt::Key_Return);
+        else if (gesture == QLatin1String("enter"))
+            QTest::keyClick(m_flyout.data(), Qt::Key_Enter, Qt::KeypadModifier);
+        else {
+            QTest::mouseClick(start, Qt::LeftButton);
+            if (gesture == QLatin1String("twice"))
+                QTest::mouseClick(start, Qt::LeftButton);
+            else if (gesture == QLatin1String("start-return"))
+                QTest::keyClick(m_flyout.data(), Qt::Key_Return);
+            else
+                QTest::mouseClick(child<QToolButton>("close_toolButton"), Qt::LeftButton);
+        }
+        QVERIFY(KeelCore::waitForIdle());
+        QTRY_COMPARE(accepted.count(), accepts);
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(accepted.count(), accepts);
+        if (accepts)
+            QCOMPARE(m_flyout->getModelName(), QStringLiteral("site"));
+    }
+    void creditLineFromAccount_data()
+    {
+        QTest::addColumn<QString>("pools");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("red 8") << "5,8" << "<font color=\"red\">10</font> Cloud Credits required / 8 available";
+        QTest::newRow("no pools") << "" << "";
+    }
+    void creditLineFromAccount()
+    {
+        QFETCH(QString, pools);
+        QFETCH(QString, expected);
+        addPhoto();
+        // One photo at 1000 credits per 100 photos costs 10.
+        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
+        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS), 1000);
+        if (!pools.isEmpty())
+            config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), pools);
+        auto* label = child<QLabel>("label_current_cc");
+        QCOMPARE(label->text(), kInitialCredits);
+        m_flyout->show();
+        if (expected.isEmpty()) {
+            QVERIFY(KeelCore::waitForIdle());
+            QCOMPARE(label->text(), kInitialCredits);
+        } else {
+            QTRY_COMPARE(label->text(), QStringLiteral("<html><body>%1</body></html>").arg(expected));
+        }
+        QVERIFY(child<QFrame>("frame_cloudcredits")->isVisible());
+    }
+    void selfHostedAccountHidesCredits()
+    {
+        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 1);
+        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), QStringLiteral("5,20"));
+        auto* frame = child<QFrame>("frame_cloudcredits");
+        m_flyout->show();
+        QVERIFY(frame->isVisible());
+        QTRY_VERIFY(frame->isHidden());
+        QCOMPARE(child<QLabel>("label_current_cc")->text(), kInitialCredits);
+        // No blank space is left where the box was.
+        QCOMPARE(m_flyout->height(), m_flyout->sizeHint().height());
+
+        // The account changes to credits: the next showing brings the box back.
+        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
+        m_flyout->hide();
+        m_flyout->show();
+        QTRY_VERIFY(frame->isVisible());
+    }
+    void creditAnswerAfterFlyoutIsGoneIsDropped()
+    {
+        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
+        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), QStringLiteral("5,20"));
+        m_flyout->show();
+        delete m_flyout.data();
+        QVERIFY(KeelCore::waitForIdle());
+        QVERIFY(m_flyout.isNull());
+        QVERIFY(m_dialogs.isEmpty());
+    }
 
 private:
-    void makeFlyout();
-    void addPhoto();
-    void readyToStart();
+    void makeFlyout()
+    {
+        m_state.reset(new MainState);
+        m_canvas.reset(new PhotoPreview);
+        m_state->setPhotoCanvas(m_canvas.get());
+        m_flyout = new AerialSettingsFlyout(*m_state, m_canvas.get());
+    }
+    void addPhoto()
+    {
+        const QString path = m_dir.filePath(QStringLiteral("photo.jpg"));
+        if (!QFile::exists(path)) {
+            QImage image(64, 48, QImage::Format_RGB32);
+            image.fill(Qt::darkGreen);
+            QVERIFY(image.save(path, "JPG"));
+        }
+        QCOMPARE(m_canvas->addFiles({path}).size(), 1);
+        QCOMPARE(m_state->selectedFileCount(), 1);
+    }
+    void readyToStart()
+    {
+        addPhoto();
+        m_flyout->setDefaultGpsCoordSys(QStringLiteral("EPSG:32633"));
+        m_flyout->show();
+        QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
+        QTest::keyClicks(child<QLineEdit>("modelname_lineedit"), QStringLiteral("site"));
+    }
     template <class T>
     T* child(const char* name) const
     {
@@ -86,7 +468,11 @@ private:
             qFatal("missing child %s", name);
         return w;
     }
-    bool catalogueLoaded() const;
+    bool catalogueLoaded() const
+    {
+        auto* selector = child<CoordSysSelector>("coord_sys_selector");
+        return selector->dialog() && !selector->dialog()->isLoading();
+    }
 
     QTemporaryDir m_dir;
     std::unique_ptr<MainState> m_state;
@@ -96,442 +482,6 @@ private:
     int m_termsAsked = 0;
     bool m_termsAnswer = true;
 };
-
-void TstAerialSettingsFlyout::initTestCase()
-{
-    QVERIFY(m_dir.isValid());
-    Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialsettingsflyout"), m_dir.path());
-    qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
-}
-
-void TstAerialSettingsFlyout::init()
-{
-    QSettings().clear();
-    for (const char* key : {Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE,
-                            Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS,
-                            Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS})
-        config()->remove(QLatin1String(key));
-    m_dialogs.record();
-    m_termsAsked = 0;
-    m_termsAnswer = true;
-    CreateModelFlyout::setTermsHandler([this](const QString&) {
-        ++m_termsAsked;
-        return m_termsAnswer;
-    });
-    makeFlyout();
-}
-
-void TstAerialSettingsFlyout::cleanup()
-{
-    delete m_flyout.data();
-    m_canvas.reset();
-    m_state.reset();
-    QVERIFY(KeelCore::waitForIdle());
-    m_dialogs.stop();
-    CreateModelFlyout::clearTermsHandler();
-}
-
-void TstAerialSettingsFlyout::makeFlyout()
-{
-    m_state.reset(new MainState);
-    m_canvas.reset(new PhotoPreview);
-    m_state->setPhotoCanvas(m_canvas.get());
-    m_flyout = new AerialSettingsFlyout(*m_state, m_canvas.get());
-}
-
-void TstAerialSettingsFlyout::addPhoto()
-{
-    const QString path = m_dir.filePath(QStringLiteral("photo.jpg"));
-    if (!QFile::exists(path)) {
-        QImage image(64, 48, QImage::Format_RGB32);
-        image.fill(Qt::darkGreen);
-        QVERIFY(image.save(path, "JPG"));
-    }
-    QCOMPARE(m_canvas->addFiles({path}).size(), 1);
-    QCOMPARE(m_state->selectedFileCount(), 1);
-}
-
-void TstAerialSettingsFlyout::readyToStart()
-{
-    addPhoto();
-    m_flyout->setDefaultGpsCoordSys(QStringLiteral("EPSG:32633"));
-    m_flyout->show();
-    QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
-    QTest::keyClicks(child<QLineEdit>("modelname_lineedit"), QStringLiteral("site"));
-}
-
-bool TstAerialSettingsFlyout::catalogueLoaded() const
-{
-    auto* selector = child<CoordSysSelector>("coord_sys_selector");
-    return selector->dialog() && !selector->dialog()->isLoading();
-}
-
-void TstAerialSettingsFlyout::validateModelNameMessages_data()
-{
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("mainText");
-    QTest::addColumn<QString>("secondaryText");
-    QTest::newRow("empty") << QString() << QStringLiteral("The project name is empty!") << QString();
-    const QString rule = QStringLiteral("Name may only contain letters(A-Z, a-z),\ndigits(0-9), dash(-) or underscore (_).");
-    QTest::newRow("pasted space") << QStringLiteral("north field") << QStringLiteral("Project name is not valid.") << rule;
-    QTest::newRow("umlaut") << QStringLiteral("M\u00fchle") << QStringLiteral("Project name is not valid.") << rule;
-    QTest::newRow("dot") << QStringLiteral("site.a") << QStringLiteral("Project name is not valid.") << rule;
-    QTest::newRow("slash") << QStringLiteral("a/b") << QStringLiteral("Project name is not valid.") << rule;
-    QTest::newRow("beyond latin-1") << QStringLiteral("site\u4e00") << QStringLiteral("Project name is not valid.") << rule;
-    QTest::newRow("last character") << QStringLiteral("abcdef!") << QStringLiteral("Project name is not valid.") << rule;
-    QTest::newRow("letters digits") << QStringLiteral("Survey2024abcXYZ") << QString() << QString();
-    QTest::newRow("dash underscore") << QStringLiteral("-_") << QString() << QString();
-    QTest::newRow("full length") << QString(256, QLatin1Char('a')) << QString() << QString();
-}
-
-void TstAerialSettingsFlyout::validateModelNameMessages()
-{
-    QFETCH(QString, name);
-    QFETCH(QString, mainText);
-    QFETCH(QString, secondaryText);
-    auto* edit = child<QLineEdit>("modelname_lineedit");
-    edit->setStyleSheet(QStringLiteral("QLineEdit { border: 2px solid red; }"));
-    edit->setText(name);
-    const bool ok = m_flyout->ValidateModelName();
-    QCOMPARE(ok, mainText.isEmpty());
-    // Judged on Start, never while typing or pasting; the field's style is restored.
-    QVERIFY(!edit->validator());
-    QCOMPARE(edit->styleSheet(), name.isEmpty() ? QStringLiteral("QLineEdit { border: 2px solid red; }")
-                                                : CreateModelFlyout::GetModelNameLineEditStylesheet());
-    if (ok) {
-        QVERIFY(m_dialogs.isEmpty());
-        QCOMPARE(m_flyout->getModelName(), name);
-        return;
-    }
-    QCOMPARE(m_dialogs.size(), 1);
-    const TaskDialog::Request& r = m_dialogs.constFirst();
-    QCOMPARE(int(r.kind), int(TaskDialog::Error));
-    QCOMPARE(r.mainText, mainText);
-    QCOMPARE(r.secondaryText, secondaryText);
-    QCOMPARE(r.buttonSet, int(TaskDialog::OkButton));
-    QVERIFY(r.iconButtons.isEmpty());
-    QCOMPARE(r.parent.data(), static_cast<QWidget*>(m_flyout.data()));
-    // A refused name is not kept, and the field keeps what the user typed.
-    QVERIFY(m_flyout->getModelName().isEmpty());
-    QCOMPARE(edit->text(), name);
-}
-
-void TstAerialSettingsFlyout::keyFilterPolicesTyping_data()
-{
-    // After "ab": a key first (0: none), then a key with its text and modifiers.
-    QTest::addColumn<int>("first");
-    QTest::addColumn<int>("key");
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<int>("modifiers");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<int>("cursor");
-    QTest::newRow("dash") << 0 << int(Qt::Key_Minus) << "-" << 0 << "ab-" << 3;
-    QTest::newRow("underscore") << 0 << int(Qt::Key_Underscore) << "_" << int(Qt::ShiftModifier) << "ab_" << 3;
-    QTest::newRow("space") << 0 << int(Qt::Key_Space) << " " << 0 << "ab" << 2;
-    QTest::newRow("dot") << 0 << int(Qt::Key_Period) << "." << 0 << "ab" << 2;
-    QTest::newRow("Shift gives capitals") << 0 << int(Qt::Key_Q) << "Q" << int(Qt::ShiftModifier) << "abQ" << 3;
-    QTest::newRow("Shift with a digit key") << 0 << int(Qt::Key_5) << "%" << int(Qt::ShiftModifier) << "ab" << 2;
-    QTest::newRow("keypad digit") << 0 << int(Qt::Key_7) << "7" << int(Qt::KeypadModifier) << "ab7" << 3;
-    // Ctrl+A would select everything, so the next letter replaced it.
-    QTest::newRow("Ctrl+A") << int(Qt::Key_A) << int(Qt::Key_Z) << "z" << 0 << "abz" << 3;
-    QTest::newRow("Home, Delete") << int(Qt::Key_Home) << int(Qt::Key_Delete) << "" << 0 << "b" << 0;
-    QTest::newRow("Left, Backspace") << int(Qt::Key_Left) << int(Qt::Key_Backspace) << "" << 0 << "b" << 0;
-    // Up would move the cursor to the start (End and Right pass as Home and
-    // Left do); Return never reaches the field.
-    QTest::newRow("Up") << 0 << int(Qt::Key_Up) << "" << 0 << "ab" << 2;
-    QTest::newRow("Return") << 0 << int(Qt::Key_Return) << "\r" << 0 << "ab" << 2;
-}
-
-void TstAerialSettingsFlyout::keyFilterPolicesTyping()
-{
-    QFETCH(int, first);
-    QFETCH(int, key);
-    QFETCH(QString, typed);
-    QFETCH(int, modifiers);
-    QFETCH(QString, text);
-    QFETCH(int, cursor);
-    m_flyout->show();
-    auto* edit = child<QLineEdit>("modelname_lineedit");
-    QSignalSpy returned(edit, &QLineEdit::returnPressed);
-    QTest::keyClicks(edit, QStringLiteral("ab"));
-    if (first)
-        QTest::keyClick(edit, Qt::Key(first), first == Qt::Key_A ? Qt::ControlModifier : Qt::NoModifier);
-    QTest::sendKeyEvent(QTest::Click, edit, Qt::Key(key), typed, Qt::KeyboardModifiers(modifiers));
-    QCOMPARE(edit->text(), text);
-    QCOMPARE(edit->cursorPosition(), cursor);
-    QCOMPARE(returned.count(), 0);
-    QVERIFY(m_dialogs.isEmpty());
-}
-
-void TstAerialSettingsFlyout::meshCannotBeSwitchedOff()
-{
-    m_flyout->show();
-    auto* mesh = child<QCheckBox>("mesh_checkBox");
-    QVERIFY(mesh->isEnabled());
-    QCOMPARE(mesh->focusPolicy(), Qt::NoFocus);
-    for (int click = 0; click < 2; ++click)
-        QTest::mouseClick(mesh, Qt::LeftButton, {}, QPoint(6, mesh->height() / 2));
-    bool m = false, pc = true, om = true;
-    float px = 0;
-    QString cs;
-    m_flyout->GetSettings(m, pc, om, px, cs);
-    QVERIFY(m && mesh->isChecked() && !pc && !om);
-}
-
-void TstAerialSettingsFlyout::pixelSizeFollowsOrthoMap()
-{
-    auto* ortho = child<QCheckBox>("orthomap_checkBox");
-    auto* spin = child<QSpinBox>("upp_spinBox");
-    m_flyout->show();
-    QVERIFY(!ortho->isChecked());
-    QVERIFY(!spin->isEnabled());
-    QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
-    QVERIFY(ortho->isChecked());
-    QVERIFY(spin->isEnabled());
-    QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
-    QVERIFY(!spin->isEnabled());
-
-    // Showing again follows the check box even if the spin box was changed meanwhile.
-    m_flyout->hide();
-    {
-        const QSignalBlocker block(ortho);
-        ortho->setChecked(true);
-    }
-    QVERIFY(!spin->isEnabled());
-    m_flyout->show();
-    QVERIFY(spin->isEnabled());
-}
-
-void TstAerialSettingsFlyout::pixelSizeSavedIsShown_data()
-{
-    QTest::addColumn<QString>("typed");
-    QTest::addColumn<bool>("byReturn");
-    QTest::addColumn<int>("shown");
-    QTest::newRow("25") << "25" << false << 25;
-    QTest::newRow("100, Return") << "100" << true << 100;
-    QTest::newRow("cleared") << "" << false << 1;
-    QTest::newRow("cleared, Return") << "" << true << 1;
-    QTest::newRow("0") << "0" << false << 1;
-    QTest::newRow("0, Return") << "0" << true << 1;
-    QTest::newRow("0.") << "0." << false << 1;
-    QTest::newRow("-, Return") << "-" << true << 1;
-    QTest::newRow("250") << "250" << false << 25;
-}
-
-void TstAerialSettingsFlyout::pixelSizeSavedIsShown()
-{
-    QFETCH(QString, typed);
-    QFETCH(bool, byReturn);
-    QFETCH(int, shown);
-    readyToStart();
-    auto* spin = child<QSpinBox>("upp_spinBox");
-    QTest::mouseClick(child<QCheckBox>("orthomap_checkBox"), Qt::LeftButton, {}, QPoint(6, 8));
-    QTest::mouseClick(child<QCheckBox>("qxs_checkBox"), Qt::LeftButton, {}, QPoint(6, 8));
-    spin->setValue(30);
-    spin->setFocus();
-    spin->selectAll();
-    QTest::keyClick(spin, Qt::Key_Backspace);
-    QTest::keyClicks(spin, typed);
-    bool m = false, pc = false, om = false;
-    float px = 0;
-    QString cs;
-    connect(m_flyout.data(), &QDialog::accepted, this, [&] { m_flyout->GetSettings(m, pc, om, px, cs); });
-    if (byReturn)
-        QTest::keyClick(spin, Qt::Key_Return);
-    else
-        QTest::mouseClick(child<QPushButton>("start_button"), Qt::LeftButton);
-    QTRY_VERIFY(m && pc && om);
-    QCOMPARE(spin->text(), QString::number(shown));
-    QCOMPARE(qRound(px * 100), shown);
-}
-
-void TstAerialSettingsFlyout::startSaysWhichPhotosAreLeftOut_data()
-{
-    QTest::addColumn<int>("answer");
-    QTest::addColumn<int>("accepts");
-    QTest::newRow("start without them") << int(TaskDialog::Ok) << 1;
-    QTest::newRow("cancel") << int(TaskDialog::Cancel) << 0;
-}
-
-void TstAerialSettingsFlyout::startSaysWhichPhotosAreLeftOut()
-{
-    QFETCH(int, answer);
-    QFETCH(int, accepts);
-    const QString empty = QDir::cleanPath(m_dir.filePath(QStringLiteral("empty.jpg")));
-    QFile file(empty);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.close();
-    QCOMPARE(m_canvas->addFiles({empty}).size(), 1);
-    QTRY_COMPARE(m_canvas->unreadableFiles().size(), 1);
-    readyToStart();
-    m_dialogs.answer = answer;
-    QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
-    QTest::mouseClick(child<QPushButton>("start_button"), Qt::LeftButton);
-    QCOMPARE(m_dialogs.size(), 1);
-    QCOMPARE(m_dialogs.first().mainText, QString("1 photo cannot be read and is left out of the project."));
-    QCOMPARE(m_dialogs.first().secondaryText, "empty.jpg: " + m_canvas->unreadableFiles().first().reason);
-    QVERIFY(KeelCore::waitForIdle());
-    QTRY_COMPARE(accepted.count(), accepts);
-    QCOMPARE(m_state->selectedFiles(), QStringList{m_dir.filePath(QStringLiteral("photo.jpg"))});
-}
-
-void TstAerialSettingsFlyout::closeButtonHasFocusAndRejects()
-{
-    // Showing gives the focus to the close button, not to the name field.
-    child<QLineEdit>("modelname_lineedit")->setFocus();
-    m_flyout->show();
-    QCOMPARE(m_flyout->focusWidget(), static_cast<QWidget*>(child<QToolButton>("close_toolButton")));
-    QSignalSpy rejected(m_flyout.data(), &QDialog::rejected);
-    QTest::mouseClick(child<QToolButton>("close_toolButton"), Qt::LeftButton);
-    QCOMPARE(rejected.count(), 1);
-    QVERIFY(!m_flyout->isVisible());
-    QCOMPARE(child<QToolButton>("close_toolButton")->size(), QSize(20, 20));
-}
-
-void TstAerialSettingsFlyout::startRefusesWithoutTermsNameOrSystem()
-{
-    m_flyout->show();
-    QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
-    auto* edit = child<QLineEdit>("modelname_lineedit");
-    auto* start = child<QPushButton>("start_button");
-
-    // Declined terms: silent, asked again next time.
-    m_termsAnswer = false;
-    edit->setText(QStringLiteral("site"));
-    QTest::mouseClick(start, Qt::LeftButton);
-    QCOMPARE(m_termsAsked, 1);
-    QVERIFY(m_dialogs.isEmpty());
-
-    m_termsAnswer = true;
-    edit->clear();
-    QTest::mouseClick(start, Qt::LeftButton);
-    QCOMPARE(m_termsAsked, 2);
-    QCOMPARE(m_dialogs.size(), 1);
-    QCOMPARE(m_dialogs.last().mainText, QStringLiteral("The project name is empty!"));
-
-    // Accepted once, never asked again.
-    edit->setText(QStringLiteral("a b"));
-    QTest::mouseClick(start, Qt::LeftButton);
-    QCOMPARE(m_termsAsked, 2);
-    QCOMPARE(m_dialogs.size(), 2);
-    QCOMPARE(m_dialogs.last().mainText, QStringLiteral("Project name is not valid."));
-
-    QTRY_VERIFY_WITH_TIMEOUT(catalogueLoaded(), 60000);
-    child<QLineEdit>("txtbox_coordsys")->setText(QStringLiteral("EPSG:0"));
-    edit->setText(QStringLiteral("site"));
-    QTest::mouseClick(start, Qt::LeftButton);
-    QCOMPARE(m_dialogs.size(), 3);
-    QCOMPARE(m_dialogs.last().mainText, QStringLiteral("The target coordinate system is not valid!"));
-    QCOMPARE(m_dialogs.last().buttonSet, int(TaskDialog::OkButton));
-
-    QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(accepted.count(), 0);
-    QVERIFY(m_flyout->isVisible());
-    QCOMPARE(edit->text(), QStringLiteral("site"));
-}
-
-void TstAerialSettingsFlyout::startsOnce_data()
-{
-    QTest::addColumn<QString>("gesture");
-    QTest::addColumn<int>("accepts");
-    QTest::newRow("Return") << "return" << 1;
-    QTest::newRow("keypad Enter") << "enter" << 1;
-    QTest::newRow("Start clicked twice while the account answers") << "twice" << 1;
-    QTest::newRow("Start then Return") << "start-return" << 1;
-    QTest::newRow("Start then closed before the answer") << "start-close" << 0;
-}
-
-void TstAerialSettingsFlyout::startsOnce()
-{
-    QFETCH(QString, gesture);
-    QFETCH(int, accepts);
-    readyToStart();
-    QSignalSpy accepted(m_flyout.data(), &QDialog::accepted);
-    // Modified Return does nothing.
-    QTest::keyClick(m_flyout.data(), Qt::Key_Return, Qt::ControlModifier);
-    QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(accepted.count(), 0);
-    auto* start = child<QPushButton>("start_button");
-    if (gesture == QLatin1String("return"))
-        QTest::keyClick(m_flyout.data(), Qt::Key_Return);
-    else if (gesture == QLatin1String("enter"))
-        QTest::keyClick(m_flyout.data(), Qt::Key_Enter, Qt::KeypadModifier);
-    else {
-        QTest::mouseClick(start, Qt::LeftButton);
-        if (gesture == QLatin1String("twice"))
-            QTest::mouseClick(start, Qt::LeftButton);
-        else if (gesture == QLatin1String("start-return"))
-            QTest::keyClick(m_flyout.data(), Qt::Key_Return);
-        else
-            QTest::mouseClick(child<QToolButton>("close_toolButton"), Qt::LeftButton);
-    }
-    QVERIFY(KeelCore::waitForIdle());
-    QTRY_COMPARE(accepted.count(), accepts);
-    QVERIFY(KeelCore::waitForIdle());
-    QCOMPARE(accepted.count(), accepts);
-    if (accepts)
-        QCOMPARE(m_flyout->getModelName(), QStringLiteral("site"));
-}
-
-void TstAerialSettingsFlyout::creditLineFromAccount_data()
-{
-    QTest::addColumn<QString>("pools");
-    QTest::addColumn<QString>("expected");
-    QTest::newRow("red 8") << "5,8" << "<font color=\"red\">10</font> Cloud Credits required / 8 available";
-    QTest::newRow("no pools") << "" << "";
-}
-
-void TstAerialSettingsFlyout::creditLineFromAccount()
-{
-    QFETCH(QString, pools);
-    QFETCH(QString, expected);
-    addPhoto();
-    // One photo at 1000 credits per 100 photos costs 10.
-    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
-    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS), 1000);
-    if (!pools.isEmpty())
-        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), pools);
-    auto* label = child<QLabel>("label_current_cc");
-    QCOMPARE(label->text(), kInitialCredits);
-    m_flyout->show();
-    if (expected.isEmpty()) {
-        QVERIFY(KeelCore::waitForIdle());
-        QCOMPARE(label->text(), kInitialCredits);
-    } else {
-        QTRY_COMPARE(label->text(), QStringLiteral("<html><body>%1</body></html>").arg(expected));
-    }
-    QVERIFY(child<QFrame>("frame_cloudcredits")->isVisible());
-}
-
-void TstAerialSettingsFlyout::selfHostedAccountHidesCredits()
-{
-    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 1);
-    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), QStringLiteral("5,20"));
-    auto* frame = child<QFrame>("frame_cloudcredits");
-    m_flyout->show();
-    QVERIFY(frame->isVisible());
-    QTRY_VERIFY(frame->isHidden());
-    QCOMPARE(child<QLabel>("label_current_cc")->text(), kInitialCredits);
-    // No blank space is left where the box was.
-    QCOMPARE(m_flyout->height(), m_flyout->sizeHint().height());
-
-    // The account changes to credits: the next showing brings the box back.
-    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
-    m_flyout->hide();
-    m_flyout->show();
-    QTRY_VERIFY(frame->isVisible());
-}
-
-void TstAerialSettingsFlyout::creditAnswerAfterFlyoutIsGoneIsDropped()
-{
-    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
-    config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), QStringLiteral("5,20"));
-    m_flyout->show();
-    delete m_flyout.data();
-    QVERIFY(KeelCore::waitForIdle());
-    QVERIFY(m_flyout.isNull());
-    QVERIFY(m_dialogs.isEmpty());
-}
 
 QTEST_MAIN(TstAerialSettingsFlyout)
 #include "tst_aerialsettingsflyout.moc"
