@@ -1,16 +1,9 @@
 // The catalogue dialog against the real coordinate-system catalogue,
 // driven through its widgets.
-#include <QHeaderView>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSettings>
-#include <QTableWidget>
-#include <QTemporaryDir>
 #include <QtTest>
+#include <QtWidgets>
 #include <support/TestSupport.h>
 #include <utilities/Utilities.h>
-
-#include <QLabel>
 
 #include <coordsys/CoordSysDialog.h>
 #include <keelcore/Dispatch.h>

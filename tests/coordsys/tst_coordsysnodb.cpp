@@ -1,11 +1,7 @@
 // The catalogue without a coordinate-system database: a clear error and a
 // catalogue that stays usable.
-#include <QDir>
-#include <QLineEdit>
-#include <QStandardPaths>
-#include <QTableWidget>
-#include <QTemporaryDir>
 #include <QtTest>
+#include <QtWidgets>
 #include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>

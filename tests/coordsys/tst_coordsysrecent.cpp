@@ -1,9 +1,7 @@
 // Recently used coordinate systems: the stored lists, their limit and how
 // they float rows to the top of the catalogue.
-#include <QSettings>
-#include <QTableWidget>
-#include <QTemporaryDir>
 #include <QtTest>
+#include <QtWidgets>
 #include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>

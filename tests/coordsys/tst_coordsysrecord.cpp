@@ -1,5 +1,4 @@
 // The coordinate-system record, its stored form and the catalogue's row order.
-#include <QSettings>
 #include <QtTest>
 #include <support/TestSupport.h>
 

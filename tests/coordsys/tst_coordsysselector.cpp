@@ -1,14 +1,7 @@
 // The coordinate-system field: what it shows, when it announces a change,
 // and where it opens the catalogue.
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QScreen>
-#include <QSettings>
-#include <QTableWidget>
-#include <QTemporaryDir>
-#include <QTimer>
 #include <QtTest>
+#include <QtWidgets>
 #include <support/TestSupport.h>
 
 #include <coordsys/CoordSysDialog.h>

@@ -17,9 +17,6 @@
 #include <uitoolkit/LocalImageFileItem.h>
 #include <uitoolkit/ThumbnailProxyModel.h>
 
-#include <QPointer>
-#include <QSettings>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <support/TestSupport.h>

@@ -14,18 +14,8 @@
 #include <uibase/TaskDialog.h>
 #include <utilities/Constants.h>
 
-#include <QCheckBox>
-#include <QFrame>
-#include <QImage>
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QSettings>
-#include <QSignalSpy>
-#include <QSpinBox>
-#include <QTemporaryDir>
-#include <QToolButton>
 #include <QtTest>
+#include <QtWidgets>
 
 #include <memory>
 

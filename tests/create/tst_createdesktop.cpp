@@ -11,14 +11,8 @@
 #include <uibase/TaskDialog.h>
 #include <uitoolkit/ActionPanelVC.h>
 
-#include <QDialog>
-#include <QImage>
-#include <QPushButton>
-#include <QSettings>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QToolButton>
 #include <QtTest>
+#include <QtWidgets>
 
 using Zyn::AppCreate::AerialCreateViewController;
 using Zyn::AppCreate::MainState;

@@ -1,16 +1,10 @@
 #include <create/PhotoGpsReader.h>
 #include <support/TestSupport.h>
 
-#include <QBuffer>
-#include <QDir>
-#include <QImage>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTemporaryDir>
-#include <QTemporaryFile>
+#include <QtTest>
+#include <QtGui>
 
 #include <functional>
-#include <QtTest>
 
 #include <cstdio>
 #include <cstring>

@@ -5,9 +5,8 @@
 #include <make_drone_photos/TargetTruth.h>
 #include <support/TestSupport.h>
 
-#include <QPushButton>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <cmath>
 

@@ -3,9 +3,8 @@
 #include <coordsys/GcpCoordSysInfo.h>
 #include <support/TestSupport.h>
 
-#include <QMenu>
-#include <QTableWidget>
 #include <QtTest>
+#include <QtWidgets>
 
 using namespace Zyn::AppGcp;
 using Zyn::AppCreate::GcpCoordSysInfo;

@@ -21,8 +21,8 @@
 #include <TestPhotos.h>
 #include <support/TestSupport.h>
 
-#include <QClipboard>
 #include <QtTest>
+#include <QtGui>
 
 #include <cmath>
 

@@ -7,11 +7,8 @@
 
 #include <TestPhotos.h>
 
-#include <QCheckBox>
-#include <QLabel>
-#include <QPushButton>
-#include <QToolButton>
 #include <QtTest>
+#include <QtWidgets>
 
 #include <cmath>
 

@@ -1,16 +1,7 @@
 #include "TestSupport.h"
 
-#include <QApplication>
-#include <QDebug>
-#include <QDialog>
-#include <QDir>
-#include <QFile>
-#include <QMouseEvent>
-#include <QPointer>
-#include <QProcess>
-#include <QStandardPaths>
-#include <QTest>
-#include <QTimer>
+#include <QtTest>
+#include <QtWidgets>
 
 namespace Zyn {
 namespace TestSupport {

@@ -6,9 +6,8 @@
 #include <services/ConfigManager.h>
 #include <support/TestSupport.h>
 
-#include <QPushButton>
-#include <QTableWidget>
 #include <QtTest>
+#include <QtWidgets>
 
 using namespace Zyn::AppGcp;
 

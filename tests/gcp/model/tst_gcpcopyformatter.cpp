@@ -2,8 +2,6 @@
 
 #include <support/TestSupport.h>
 
-#include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cmath>

@@ -1,6 +1,5 @@
 #include <gcp/model/GcpInfo.h>
 
-#include <QRegularExpression>
 #include <QtTest>
 
 using namespace Zyn::AppGcp;

@@ -6,11 +6,7 @@
 #include <support/TestSupport.h>
 #include <utilities/ImageRegion.h>
 
-#include <QDir>
-#include <QFile>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QTest>
+#include <QtTest>
 
 #include <cmath>
 

@@ -2,7 +2,6 @@
 
 #include <gis/Gis.h>
 
-#include <QBuffer>
 #include <QtTest>
 
 using namespace Zyn::AppGcp;

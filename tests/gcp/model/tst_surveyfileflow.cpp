@@ -9,7 +9,6 @@
 
 #include <support/TestSupport.h>
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 #include <csignal>

@@ -13,15 +13,8 @@
 #include <uibase/TaskDialog.h>
 #include <utilities/Constants.h>
 
-#include <QApplication>
-#include <QCheckBox>
-#include <QPushButton>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QTextBrowser>
-#include <QThread>
-#include <QTimer>
 #include <QtTest>
+#include <QtWidgets>
 
 #include <support/TestSupport.h>
 

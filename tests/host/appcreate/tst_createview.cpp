@@ -16,15 +16,8 @@
 #include <uitoolkit/IThumbnailItem.h>
 #include <uitoolkit/LocalImageFileItem.h>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QPushButton>
-#include <QSettings>
-#include <QSignalSpy>
-#include <QTemporaryDir>
-#include <QToolButton>
 #include <QtTest>
+#include <QtWidgets>
 
 #include <support/TestSupport.h>
 

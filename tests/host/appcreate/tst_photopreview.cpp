@@ -12,17 +12,8 @@
 #include <uitoolkit/ThumbnailProxyModel.h>
 #include <uitoolkit/ThumbnailView.h>
 
-#include <QApplication>
-#include <QDialog>
-#include <QDir>
-#include <QLabel>
-#include <QMimeData>
-#include <QPushButton>
-#include <QSignalSpy>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QUrl>
 #include <QtTest>
+#include <QtWidgets>
 
 using Zyn::AppCreate::PhotoPreview;
 using Zyn::AppCreate::PhotoTileDelegate;

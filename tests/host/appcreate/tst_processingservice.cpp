@@ -6,11 +6,6 @@
 #include <appcreate/ProcessingService.h>
 #include <keelcore/Dispatch.h>
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QtTest>
 
 using namespace Zyn::AppCreate;

@@ -11,10 +11,8 @@
 
 #include <support/TestSupport.h>
 
-#include <QLabel>
-#include <QToolButton>
-#include <QTreeWidget>
 #include <QtTest>
+#include <QtWidgets>
 
 using Zyn::AppDashboard::DashboardVC;
 using namespace Zyn::UiBase;

@@ -2,11 +2,8 @@
 
 #include <support/TestSupport.h>
 
-#include <QFileDialog>
-#include <QLineEdit>
-#include <QListView>
-#include <QPushButton>
 #include <QtTest>
+#include <QtWidgets>
 
 using Zyn::UiBase::FileDialog;
 

@@ -2,10 +2,8 @@
 
 #include <support/TestSupport.h>
 
-#include <QDialog>
-#include <QLabel>
-#include <QPushButton>
 #include <QtTest>
+#include <QtWidgets>
 
 using Zyn::UiBase::TaskDialog;
 

@@ -5,9 +5,8 @@
 #include <uibase/BaseViewController.h>
 #include <uitoolkit/ActionPanelVC.h>
 
-#include <QLabel>
-#include <QToolButton>
 #include <QtTest>
+#include <QtWidgets>
 
 using namespace Zyn::UiBase;
 using Zyn::UiToolkit::ActionPanelVC;

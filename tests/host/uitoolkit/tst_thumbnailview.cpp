@@ -5,8 +5,8 @@
 #include <uitoolkit/ThumbnailListModel.h>
 #include <uitoolkit/ThumbnailView.h>
 
-#include <QScrollBar>
 #include <QtTest>
+#include <QtWidgets>
 
 using Zyn::UiToolkit::IThumbnailItem;
 using Zyn::UiToolkit::ThumbnailDelegate;

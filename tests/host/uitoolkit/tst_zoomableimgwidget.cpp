@@ -2,8 +2,8 @@
 
 #include <TestPhotos.h>
 
-#include <QWheelEvent>
 #include <QtTest>
+#include <QtGui>
 
 #include <cmath>
 

@@ -1,10 +1,7 @@
 #include <utilities/Utilities.h>
 
-#include <QBuffer>
-#include <QFile>
-#include <QImage>
-#include <QTemporaryDir>
 #include <QtTest>
+#include <QtGui>
 
 #include <make_drone_photos/ExifWriter.h>
 #include <support/TestSupport.h>

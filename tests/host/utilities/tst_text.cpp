@@ -1,8 +1,5 @@
 #include <utilities/Utilities.h>
 
-#include <QCoreApplication>
-#include <QDir>
-#include <QLocale>
 #include <QtTest>
 
 using namespace Zyn::Utilities;

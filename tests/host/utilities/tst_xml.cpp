@@ -1,7 +1,6 @@
 #include <utilities/Xml.h>
 #include <support/TestSupport.h>
 
-#include <QTemporaryDir>
 #include <QtTest>
 
 class TestXml : public QObject {

@@ -19,11 +19,8 @@
 #include <zynphoto/MainWindow.h>
 #include <zynphoto/PluginManager.h>
 
-#include <QLabel>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QToolButton>
 #include <QtTest>
+#include <QtWidgets>
 
 using namespace Zyn;
 

@@ -9,9 +9,8 @@
 #include <zynphoto/MainWindow.h>
 #include <zynphoto/PluginManager.h>
 
-#include <QLabel>
-#include <QToolButton>
 #include <QtTest>
+#include <QtWidgets>
 
 using Zyn::Host::MainWindow;
 using Zyn::Host::PluginManager;
