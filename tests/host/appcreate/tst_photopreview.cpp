@@ -1,5 +1,7 @@
 #include "TestPhotos.h"
 
+#include <support/TestSupport.h>
+
 #include <appcreate/PhotoPreview.h>
 #include <appcreate/PhotoTileDelegate.h>
 #include <keelcore/Dispatch.h>
@@ -89,42 +91,28 @@ private slots:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
-        QVERIFY(m_dir.isValid());
-        QVERIFY(QDir(m_dir.path()).mkpath("flight/sub/deeper"));
-        QVERIFY(QDir(m_dir.path()).mkpath("loose"));
-        QVERIFY(QDir(m_dir.path()).mkpath("many"));
-        QVERIFY(TestPhotos::writePhoto(at("flight/IMG_1.jpg"), QSize(640, 480), 1, true));
-        QVERIFY(TestPhotos::writePhoto(at("flight/IMG_2.JPG"), QSize(640, 480), 2, false));
-        QVERIFY(TestPhotos::writePhoto(at("flight/IMG_10.jpeg"), QSize(640, 480), 3, true));
+        for (const char* dir : {"flight/sub/deeper", "flight/.cache", "loose", "many", "bad"})
+            QVERIFY(QDir(m_dir.path()).mkpath(dir));
+        // Hidden entries (.cache, ._ files) are not the user's photos.
+        const struct { const char* path; int seed; bool thumbnail; } photos[] = {
+            {"flight/IMG_1.jpg", 1, true}, {"flight/IMG_2.JPG", 2, false}, {"flight/IMG_10.jpeg", 3, true},
+            {"flight/sub/deeper/IMG_3.jpg", 5, false}, {"flight/.cache/IMG_4.jpg", 6, false}, {"loose/single1.jpg", 11, true},
+            {"loose/single2.jpg", 12, false}, {"loose/single3.jpg", 13, true}, {"loose/single4.jpg", 14, false},
+            {"bad/cut.jpg", 20, true}};
+        for (const auto& p : photos)
+            QVERIFY(TestPhotos::writePhoto(at(p.path), QSize(640, 480), p.seed, p.thumbnail));
         QVERIFY(TestPhotos::makePicture(QSize(300, 200), 4).save(at("flight/sub/overview.png")));
-        QVERIFY(TestPhotos::writePhoto(at("flight/sub/deeper/IMG_3.jpg"), QSize(640, 480), 5, false));
-        // Hidden entries are not the user's photos.
-        QVERIFY(QDir(m_dir.path()).mkpath("flight/.cache"));
-        QVERIFY(TestPhotos::writePhoto(at("flight/.cache/IMG_4.jpg"), QSize(64, 48), 6, false));
-        QVERIFY(TestPhotos::writeCorrupt(at("flight/._IMG_1.jpg")));
-        QFile notes(at("flight/notes.txt"));
-        QVERIFY(notes.open(QIODevice::WriteOnly));
-        notes.write("flight log\n");
-        notes.close();
-        for (int i = 1; i <= 4; ++i)
-            QVERIFY(TestPhotos::writePhoto(at(QString("loose/single%1.jpg").arg(i)), QSize(800, 600), 10 + i, i % 2));
-        QVERIFY(TestPhotos::writeCorrupt(at("loose/broken.jpg")));
-        QVERIFY(QFile::copy(at("flight/notes.txt"), at("loose/readme.txt")));
-        QVERIFY(QDir(m_dir.path()).mkpath("bad"));
-        QVERIFY(QFile::copy(at("flight/notes.txt"), at("bad/notes.jpg")));
-        QVERIFY(QFile::copy(at("loose/broken.jpg"), at("bad/broken.jpg")));
-        QFile empty(at("bad/empty.jpg"));
-        QVERIFY(empty.open(QIODevice::WriteOnly));
-        empty.close();
-        // A photo with its EXIF thumbnail, cut where its own image data begins.
-        QVERIFY(TestPhotos::writePhoto(at("bad/cut.jpg"), QSize(640, 480), 20, true));
-        QFile cut(at("bad/cut.jpg"));
-        QVERIFY(cut.open(QIODevice::ReadWrite));
-        const QByteArray bytes = cut.readAll();
-        // The last start of scan is the photo's; the thumbnail's comes earlier.
+        for (const char* corrupt : {"flight/._IMG_1.jpg", "loose/broken.jpg", "bad/broken.jpg"})
+            QVERIFY(TestPhotos::writeCorrupt(at(corrupt)));
+        for (const char* text : {"flight/notes.txt", "loose/readme.txt", "bad/notes.jpg"})
+            QVERIFY(Zyn::TestSupport::writeFile(at(text), "flight log\n"));
+        QVERIFY(Zyn::TestSupport::writeFile(at("bad/empty.jpg"), QByteArray()));
+        // A photo with its EXIF thumbnail, cut where its own image data begins:
+        // the last start of scan is the photo's, the thumbnail's comes earlier.
+        const QByteArray bytes = Zyn::TestSupport::readFile(at("bad/cut.jpg"));
         const int scan = bytes.lastIndexOf("\xFF\xDA");
         QVERIFY(scan > bytes.indexOf("\xFF\xDA"));
-        QVERIFY(cut.resize(scan));
+        QVERIFY(Zyn::TestSupport::writeFile(at("bad/cut.jpg"), bytes.left(scan)));
     }
 
     void init()
