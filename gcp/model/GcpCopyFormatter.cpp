@@ -259,7 +259,11 @@ void tokenizeSpan(const QChar* s, int n, QChar separator, int offset, QVector<Fi
                 ++a;
             while (b > a && isStripChar(s[b - 1]))
                 --b;
-            if (b > a)
+            // Doubled quotes and nothing else are still a field of quotes only.
+            bool quotesOnly = true;
+            for (int i = a; i < b && quotesOnly; ++i)
+                quotesOnly = s[i] == kDoubledQuote;
+            if (!quotesOnly)
                 fields.append({offset + a, b - a});
         }
         p = end;
@@ -905,12 +909,18 @@ QString GcpCopyFormatter::format(const GcpList& gcps, const QList<ColumnRole>& o
                 name.replace(tab, QLatin1Char(' '));
                 name.replace(QLatin1Char('\n'), QLatin1Char(' '));
                 name.replace(QLatin1Char('\r'), QLatin1Char(' '));
-                // Quote a name holding a list separator so it stays one field.
+                // Quote a name holding a list separator so it stays one field;
+                // one holding both kinds of quote cannot be quoted, so its
+                // separators become blanks rather than split the row.
                 if (name.contains(QLatin1Char(',')) || name.contains(QLatin1Char(';'))) {
-                    if (!name.contains(QLatin1Char('"')))
+                    if (!name.contains(QLatin1Char('"'))) {
                         name = QLatin1Char('"') + name + QLatin1Char('"');
-                    else if (!name.contains(QLatin1Char('\'')))
+                    } else if (!name.contains(QLatin1Char('\''))) {
                         name = QLatin1Char('\'') + name + QLatin1Char('\'');
+                    } else {
+                        name.replace(QLatin1Char(','), QLatin1Char(' '));
+                        name.replace(QLatin1Char(';'), QLatin1Char(' '));
+                    }
                 }
                 fields << name;
                 break;

@@ -122,6 +122,9 @@ private slots:
                                                    << "without valid coordinates" << QStringList{"P2 4 5 6 -"} << none;
         QTest::newRow("blank name") << "Name\tX\tY\tZ\n \t1\t2\t3\nP2\t4\t5\t6\n" << invalid
                                     << "without a valid GCP name" << QStringList{"P2 4 5 6 -"} << none;
+        QTest::newRow("doubled quotes only are a field of quotes") << "Name\tX\tY\tZ\n'\"\"'\t1\t2\t3\nP2\t4\t5\t6\n"
+                                                                 << invalid << "without valid coordinates"
+                                                                 << QStringList{"P2 4 5 6 -"} << none;
         QTest::newRow("latitude beyond the pole") << "Name,Lat,Lon\nA,46.5,6.5\nB,95,6.5\n" << invalid
                                                   << "with a latitude outside ±90°" << QStringList{"A 6.5 46.5 0 -"} << none;
 
