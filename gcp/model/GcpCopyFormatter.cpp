@@ -270,6 +270,68 @@ void tokenizeSpan(const QChar* s, int n, QChar separator, int offset, QVector<Fi
     }
 }
 
+// A quote doubled inside a cell ("12 deg 30' 5.10"" N") is one quote
+// character of the cell: kept as a stand-in so the field stays whole, given
+// back when the name is read.
+void markDoubledQuotes(QString& text, QChar separator)
+{
+    if (!text.contains(QLatin1String("\"\"")))
+        return;
+    for (int k = 1; k + 2 < text.size(); ++k) {
+        const QChar before = text.at(k - 1);
+        const QChar after = text.at(k + 2);
+        if (text.at(k) == QLatin1Char('"') && text.at(k + 1) == QLatin1Char('"') && !before.isSpace()
+            && before != separator && before != QLatin1Char('"') && after != separator
+            && after != QLatin1Char('\t') && after != QLatin1Char('\n')) {
+            text.replace(k, 2, kDoubledQuote);
+        }
+    }
+}
+
+// What a paste makes of one name cell written between tabs, in the mode of
+// the given separator: the fields it yields, stand-ins given back.
+QStringList readBackCell(const QString& cell, QChar separator)
+{
+    QString line = QStringLiteral("x\t") + cell + QStringLiteral("\tx");
+    markDoubledQuotes(line, separator);
+    QStringList fields = GcpCopyFormatter::tokenizeLine(line, separator);
+    for (QString& field : fields)
+        field.replace(kDoubledQuote, QLatin1Char('"'));
+    return fields.mid(1, fields.size() - 2);
+}
+
+// The cell a name is copied as: the first form a paste reads back as the
+// name itself in either list-separator mode; failing that, a form that reads
+// back as one non-blank field, so the row stays whole whatever the name holds.
+QString copiedNameCell(QString name)
+{
+    name.replace(QLatin1Char('\t'), QLatin1Char(' '));
+    name.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    name.replace(QLatin1Char('\r'), QLatin1Char(' '));
+    const auto readsAs = [](const QString& cell, const QString& text) {
+        const QStringList wanted{text};
+        return !text.trimmed().isEmpty() && readBackCell(cell, QLatin1Char(',')) == wanted
+            && readBackCell(cell, QLatin1Char(';')) == wanted;
+    };
+    QString doubled = name;
+    doubled.replace(QLatin1Char('"'), QLatin1String("\"\""));
+    const QString forms[] = {name, QLatin1Char('"') + name + QLatin1Char('"'), QLatin1Char('"') + doubled + QLatin1Char('"'),
+                             QLatin1Char('\'') + name + QLatin1Char('\'')};
+    for (const QString& cell : forms) {
+        if (readsAs(cell, name))
+            return cell;
+    }
+    // Quotes the paste would strip or pair up become primes, which it keeps.
+    QString safe = name;
+    safe.replace(QLatin1Char('"'), QChar(0x2033));
+    safe.replace(QLatin1Char('\''), QChar(0x2032));
+    safe = safe.trimmed();
+    if (safe.isEmpty())
+        safe = QStringLiteral("?");
+    const QString quoted = QLatin1Char('"') + safe + QLatin1Char('"');
+    return readsAs(safe, safe) ? safe : quoted;
+}
+
 } // namespace
 
 QStringList GcpCopyFormatter::tokenizeLine(const QString& line, QChar separator)
@@ -321,20 +383,7 @@ void GcpCopyFormatter::tokenize()
         m_clean.replace(QLatin1String("\r\n"), QLatin1String("\n"));
         m_clean.replace(QLatin1Char('\r'), QLatin1Char('\n'));
     }
-    // A quote doubled inside a cell ("12 deg 30' 5.10"" N") is one quote
-    // character of the cell: kept as a stand-in so the field stays whole,
-    // given back when the name is read.
-    if (m_clean.contains(QLatin1String("\"\""))) {
-        for (int k = 1; k + 2 < m_clean.size(); ++k) {
-            const QChar before = m_clean.at(k - 1);
-            const QChar after = m_clean.at(k + 2);
-            if (m_clean.at(k) == QLatin1Char('"') && m_clean.at(k + 1) == QLatin1Char('"') && !before.isSpace()
-                && before != m_separator && before != QLatin1Char('"') && after != m_separator
-                && after != QLatin1Char('\t') && after != QLatin1Char('\n')) {
-                m_clean.replace(k, 2, kDoubledQuote);
-            }
-        }
-    }
+    markDoubledQuotes(m_clean, m_separator);
 
     // Lines are cut at line feeds in place; empty ones give no row.
     const QChar* s = m_clean.constData();
@@ -904,27 +953,9 @@ QString GcpCopyFormatter::format(const GcpList& gcps, const QList<ColumnRole>& o
         QStringList fields;
         for (ColumnRole role : roles) {
             switch (role) {
-            case NameRole: {
-                QString name = gcp.name;
-                name.replace(tab, QLatin1Char(' '));
-                name.replace(QLatin1Char('\n'), QLatin1Char(' '));
-                name.replace(QLatin1Char('\r'), QLatin1Char(' '));
-                // Quote a name holding a list separator so it stays one field;
-                // one holding both kinds of quote cannot be quoted, so its
-                // separators become blanks rather than split the row.
-                if (name.contains(QLatin1Char(',')) || name.contains(QLatin1Char(';'))) {
-                    if (!name.contains(QLatin1Char('"'))) {
-                        name = QLatin1Char('"') + name + QLatin1Char('"');
-                    } else if (!name.contains(QLatin1Char('\''))) {
-                        name = QLatin1Char('\'') + name + QLatin1Char('\'');
-                    } else {
-                        name.replace(QLatin1Char(','), QLatin1Char(' '));
-                        name.replace(QLatin1Char(';'), QLatin1Char(' '));
-                    }
-                }
-                fields << name;
+            case NameRole:
+                fields << copiedNameCell(gcp.name);
                 break;
-            }
             case Coord1Role:
                 fields << QString::number(gcp.coord1, 'g', 17);
                 break;

@@ -369,6 +369,31 @@ private slots:
         }
     }
 
+    // Names a paste would strip, pair up or split: the copy still keeps every
+    // row whole, and a name it can carry (a trailing seconds mark) verbatim.
+    void awkwardNamesKeepTheirRows()
+    {
+        const QStringList names{"\"", "'x'", "\"a\"b'", "a,\"b';c", "\"\"'\"\"\"", " ", "5.10\"", "it's"};
+        GcpList gcps;
+        for (int i = 0; i < names.size(); ++i) {
+            GcpInfo g;
+            g.name = names.at(i);
+            g.coord1 = 1000.5 + i;
+            g.coord3 = g.coord2 = i;
+            gcps << g;
+        }
+        for (const char* separator : {",", ";"}) {
+            qputenv("ZYN_LIST_SEPARATOR", separator);
+            GcpCopyFormatter formatter(GcpCopyFormatter::format(gcps, {}, {"Name", "X", "Y", "Z", "Checkpoint"}));
+            const Parsed p = parseOnce(formatter);
+            QVERIFY2(p.ok && p.gcps.size() == gcps.size(), qPrintable(p.status.message));
+            for (int i = 0; i < gcps.size(); ++i)
+                QVERIFY(p.gcps[i].coord1 == 1000.5 + i && p.gcps[i].coord3 == i && !p.gcps[i].name.trimmed().isEmpty());
+            QCOMPARE(p.gcps[6].name, names.at(6));
+            QCOMPARE(p.gcps[7].name, names.at(7));
+        }
+    }
+
     // Exact text: the round trip compares doubles only to 1e-12.
     void formatText()
     {
