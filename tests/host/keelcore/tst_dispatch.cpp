@@ -1,5 +1,4 @@
 #include <keelcore/Dispatch.h>
-#include <keelcore/SharedObject.h>
 
 #include <QtTest>
 
@@ -118,36 +117,6 @@ private slots:
         QVERIFY(KeelCore::waitForIdle());
         QVERIFY(g_earlyJobRan.load());
         QVERIFY(g_earlyJobOnGuiThread.load());
-    }
-
-    // The pattern views use: a worker result comes back to a view that may
-    // have gone in the meantime.
-    void weakReferenceCheckedOnTheGuiThread()
-    {
-        struct View : KeelCore::SharedObject<View> {
-            int results = 0;
-        };
-        auto* view = new View;
-        KeelCore::WeakRef<View> ref = view->weakRef();
-        int delivered = 0;
-        int dropped = 0;
-        QSemaphore gate;
-        KeelCore::dispatchAsync(KeelCore::QosUserInitiated, [ref, &gate, &delivered, &dropped] {
-            gate.acquire();
-            KeelCore::dispatchAsync(KeelCore::QosMainThread, [ref, &delivered, &dropped] {
-                if (View* v = ref.lock()) {
-                    ++v->results;
-                    ++delivered;
-                } else {
-                    ++dropped;
-                }
-            });
-        });
-        delete view; // the view closes while the worker is busy
-        gate.release();
-        QVERIFY(KeelCore::waitForIdle());
-        QCOMPARE(delivered, 0);
-        QCOMPARE(dropped, 1);
     }
 };
 
