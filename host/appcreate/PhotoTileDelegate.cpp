@@ -76,10 +76,11 @@ void PhotoTileDelegate::paintDecoration(QPainter* painter, const QRect& imageAre
 
 bool PhotoTileDelegate::eventFilter(QObject* watched, QEvent* event)
 {
+    // The event type first: while the view is being destroyed its viewport
+    // still sends events here, and the view must not be asked anything then.
     const QEvent::Type type = event->type();
-    if (!m_view || watched != m_view->viewport() || !showsCheckBox()
-        || (type != QEvent::MouseButtonPress && type != QEvent::MouseButtonRelease
-            && type != QEvent::MouseButtonDblClick))
+    if ((type != QEvent::MouseButtonPress && type != QEvent::MouseButtonRelease && type != QEvent::MouseButtonDblClick)
+        || !m_view || watched != m_view->viewport() || !showsCheckBox())
         return ThumbnailDelegate::eventFilter(watched, event);
     const auto* mouse = static_cast<QMouseEvent*>(event);
     const QModelIndex index = m_view->indexAt(mouse->pos());
