@@ -8,7 +8,11 @@
 
 #include <QtTest>
 
+#include <support/TestSupport.h>
+
 using namespace Zyn::AppCreate;
+using Zyn::TestSupport::readFile;
+using Zyn::TestSupport::writeFile;
 
 class TestProcessingService : public QObject {
     Q_OBJECT
@@ -22,12 +26,9 @@ private slots:
         QVERIFY(GpsJpeg::writeWithGps(photo("sw.jpg"), {-33.8568, -70.6483, -12.25}, 1));
         QVERIFY(GpsJpeg::writeWithoutGps(photo("nogps.jpg"), 2));
         QVERIFY(GpsJpeg::writePlain(photo("plain.jpg"), 3));
-        QFile corrupt(photo("corrupt.jpg"));
-        QVERIFY(corrupt.open(QIODevice::WriteOnly));
         // A JPEG start and an EXIF block header whose content is garbage.
         static const char bytes[] = "\xFF\xD8\xFF\xE1\x00\x10" "Exif\0\0garbage-garbage";
-        corrupt.write(bytes, sizeof(bytes) - 1);
-        corrupt.close();
+        QVERIFY(writeFile(photo("corrupt.jpg"), QByteArray(bytes, sizeof(bytes) - 1)));
     }
     void init()
     {
@@ -111,11 +112,7 @@ private slots:
     void manifestHoldsExactlyTheRequest()
     {
         const QString gcpFile = m_dir.filePath(QStringLiteral("support/gcp_survey.xml"));
-        QDir().mkpath(QFileInfo(gcpFile).path());
-        QFile gcp(gcpFile);
-        QVERIFY(gcp.open(QIODevice::WriteOnly));
-        gcp.write("<survey/>");
-        gcp.close();
+        QVERIFY(QDir().mkpath(QFileInfo(gcpFile).path()) && writeFile(gcpFile, "<survey/>"));
 
         ProjectRequest request = this->request("Alps_01", {"ne.jpg", "sw.jpg"}, "EPSG:32632");
         request.mesh = true;
@@ -153,9 +150,7 @@ private slots:
         const QJsonObject gcpInfo = m.value("gcp").toObject();
         QCOMPARE(gcpInfo.value("supportFile").toString(), gcpFile);
         QCOMPARE(gcpInfo.value("file").toString(), QStringLiteral("gcp_survey.xml"));
-        QFile copy(QDir(folder).filePath(QStringLiteral("gcp_survey.xml")));
-        QVERIFY(copy.open(QIODevice::ReadOnly));
-        QCOMPARE(copy.readAll(), QByteArray("<survey/>"));
+        QCOMPARE(readFile(QDir(folder).filePath(QStringLiteral("gcp_survey.xml"))), QByteArray("<survey/>"));
         QVERIFY(KeelCore::waitForIdle());
 
         // Geographic WGS 84 has its own code and EPSG 4326; a missing GCP file is noted as such.
@@ -210,11 +205,8 @@ private slots:
     void existingProjectIsNeverOverwritten()
     {
         const QString root = ProcessingService::projectsDirectory();
-        QVERIFY(QDir().mkpath(root + QStringLiteral("/Taken")));
-        QFile keep(root + QStringLiteral("/Taken/project.json"));
-        QVERIFY(keep.open(QIODevice::WriteOnly));
-        keep.write("{\"name\": \"Taken\", \"state\": \"Ready\"}");
-        keep.close();
+        const QByteArray kept("{\"name\": \"Taken\", \"state\": \"Ready\"}");
+        QVERIFY(QDir().mkpath(root + QStringLiteral("/Taken")) && writeFile(root + QStringLiteral("/Taken/project.json"), kept));
 
         ProjectRequest request = this->request("Taken", {"ne.jpg"});
         QVERIFY(m_service->projectExists(QStringLiteral("Taken")));
@@ -224,13 +216,10 @@ private slots:
         QCOMPARE(error, ProcessingService::projectExistsText(QStringLiteral("Taken")));
         QVERIFY(folder.isEmpty());
         QCOMPARE(changed.count(), 0);
-        QVERIFY(keep.open(QIODevice::ReadOnly));
-        QCOMPARE(keep.readAll(), QByteArray("{\"name\": \"Taken\", \"state\": \"Ready\"}"));
+        QCOMPARE(readFile(root + QStringLiteral("/Taken/project.json")), kept);
 
         // A plain file of that name blocks the name too.
-        QFile file(root + QStringLiteral("/AFile"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
+        QVERIFY(writeFile(root + QStringLiteral("/AFile"), QByteArray()));
         request.name = QStringLiteral("AFile");
         QVERIFY(!m_service->submitProject(request, &folder, &error));
         QCOMPARE(QFileInfo(root + QStringLiteral("/AFile")).size(), 0);
@@ -266,11 +255,7 @@ private slots:
         }
         QVERIFY(KeelCore::waitForIdle());
         const QString root = ProcessingService::projectsDirectory();
-        QVERIFY(QDir().mkpath(root + QStringLiteral("/Broken")));
-        QFile broken(root + QStringLiteral("/Broken/project.json"));
-        QVERIFY(broken.open(QIODevice::WriteOnly));
-        broken.write("{ not json");
-        broken.close();
+        QVERIFY(QDir().mkpath(root + QStringLiteral("/Broken")) && writeFile(root + QStringLiteral("/Broken/project.json"), "{ not json"));
 
         const QList<ProjectInfo> projects = m_service->projects();
         QStringList names;
@@ -287,10 +272,7 @@ private:
     QString photo(const QString& name) const { return m_photos.filePath(name); }
     QJsonObject manifestOf(const QString& folder) const
     {
-        QFile file(QDir(folder).filePath(QStringLiteral("project.json")));
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QJsonDocument::fromJson(file.readAll()).object();
+        return QJsonDocument::fromJson(readFile(QDir(folder).filePath(QStringLiteral("project.json")))).object();
     }
     ProjectRequest request(const QString& name, const QStringList& photos, const QString& coordSys = "LL84") const
     {
