@@ -31,9 +31,19 @@ using Zyn::UiBase::TaskDialog;
 namespace {
 const QString kInitialCredits = QStringLiteral("? Cloud Credits required / ? available");
 
-Zyn::Services::ConfigManager* config()
+// Sets the account's values; an invalid one is removed.
+void setAccount(const QVariant& type, const QVariant& pools, const QVariant& per100)
 {
-    return Zyn::Services::ApplicationService::GetInstance()->GetConfigManager();
+    auto* config = Zyn::Services::ApplicationService::GetInstance()->GetConfigManager();
+    const QPair<const char*, QVariant> values[] = {{Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE, type},
+                                                   {Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS, pools},
+                                                   {Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS, per100}};
+    for (const auto& v : values) {
+        if (v.second.isValid())
+            config->setValue(QLatin1String(v.first), v.second);
+        else
+            config->remove(QLatin1String(v.first));
+    }
 }
 } // namespace
 
@@ -50,10 +60,7 @@ private slots:
     void init()
     {
         QSettings().clear();
-        for (const char* key : {Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE,
-                                Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS,
-                                Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS})
-            config()->remove(QLatin1String(key));
+        setAccount({}, {}, {});
         m_dialogs.record();
         m_termsAsked = 0;
         m_termsAnswer = true;
@@ -256,9 +263,7 @@ private slots:
         QFETCH(int, answer);
         QFETCH(int, accepts);
         const QString empty = QDir::cleanPath(m_dir.filePath(QStringLiteral("empty.jpg")));
-        QFile file(empty);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
+        QVERIFY(Zyn::TestSupport::writeFile(empty, QByteArray()));
         QCOMPARE(m_canvas->addFiles({empty}).size(), 1);
         QTRY_COMPARE(m_canvas->unreadableFiles().size(), 1);
         readyToStart();
@@ -366,56 +371,48 @@ private slots:
         if (accepts)
             QCOMPARE(m_flyout->getModelName(), QStringLiteral("site"));
     }
-    void creditLineFromAccount_data()
+    void creditLineFollowsTheAccount_data()
     {
+        QTest::addColumn<int>("type"); // 1: self-hosted
         QTest::addColumn<QString>("pools");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("red 8") << "5,8" << "<font color=\"red\">10</font> Cloud Credits required / 8 available";
-        QTest::newRow("no pools") << "" << "";
+        QTest::addColumn<QString>("expected"); // empty: the line is left as it was
+        QTest::newRow("red 8") << 0 << "5,8" << "<font color=\"red\">10</font> Cloud Credits required / 8 available";
+        QTest::newRow("no pools") << 0 << "" << "";
+        QTest::newRow("self-hosted hides the box") << 1 << "5,20" << "";
     }
-    void creditLineFromAccount()
+    void creditLineFollowsTheAccount()
     {
+        QFETCH(int, type);
         QFETCH(QString, pools);
         QFETCH(QString, expected);
         addPhoto();
         // One photo at 1000 credits per 100 photos costs 10.
-        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
-        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS), 1000);
-        if (!pools.isEmpty())
-            config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), pools);
+        setAccount(type, pools.isEmpty() ? QVariant() : pools, 1000);
         auto* label = child<QLabel>("label_current_cc");
+        auto* frame = child<QFrame>("frame_cloudcredits");
         QCOMPARE(label->text(), kInitialCredits);
         m_flyout->show();
+        QVERIFY(frame->isVisible());
         if (expected.isEmpty()) {
             QVERIFY(KeelCore::waitForIdle());
             QCOMPARE(label->text(), kInitialCredits);
         } else {
             QTRY_COMPARE(label->text(), QStringLiteral("<html><body>%1</body></html>").arg(expected));
         }
-        QVERIFY(child<QFrame>("frame_cloudcredits")->isVisible());
-    }
-    void selfHostedAccountHidesCredits()
-    {
-        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 1);
-        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), QStringLiteral("5,20"));
-        auto* frame = child<QFrame>("frame_cloudcredits");
-        m_flyout->show();
-        QVERIFY(frame->isVisible());
-        QTRY_VERIFY(frame->isHidden());
-        QCOMPARE(child<QLabel>("label_current_cc")->text(), kInitialCredits);
+        QCOMPARE(frame->isVisible(), type != 1);
+        if (type != 1)
+            return;
         // No blank space is left where the box was.
         QCOMPARE(m_flyout->height(), m_flyout->sizeHint().height());
-
         // The account changes to credits: the next showing brings the box back.
-        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
+        setAccount(0, pools, 1000);
         m_flyout->hide();
         m_flyout->show();
         QTRY_VERIFY(frame->isVisible());
     }
     void creditAnswerAfterFlyoutIsGoneIsDropped()
     {
-        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE), 0);
-        config()->setValue(QLatin1String(Zyn::Utilities::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS), QStringLiteral("5,20"));
+        setAccount(0, QStringLiteral("5,20"), {});
         m_flyout->show();
         delete m_flyout.data();
         QVERIFY(KeelCore::waitForIdle());
