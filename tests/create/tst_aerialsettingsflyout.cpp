@@ -277,17 +277,12 @@ private slots:
         QTRY_COMPARE(accepted.count(), accepts);
         QCOMPARE(m_state->selectedFiles(), QStringList{m_dir.filePath(QStringLiteral("photo.jpg"))});
     }
-    void closeButtonHasFocusAndRejects()
+    void showingFocusesTheCloseButton()
     {
-        // Showing gives the focus to the close button, not to the name field.
+        // Not the name field: a key typed by mistake must not land in it.
         child<QLineEdit>("modelname_lineedit")->setFocus();
         m_flyout->show();
         QCOMPARE(m_flyout->focusWidget(), static_cast<QWidget*>(child<QToolButton>("close_toolButton")));
-        QSignalSpy rejected(m_flyout.data(), &QDialog::rejected);
-        QTest::mouseClick(child<QToolButton>("close_toolButton"), Qt::LeftButton);
-        QCOMPARE(rejected.count(), 1);
-        QVERIFY(!m_flyout->isVisible());
-        QCOMPARE(child<QToolButton>("close_toolButton")->size(), QSize(20, 20));
     }
     void startRefusesWithoutTermsNameOrSystem()
     {
