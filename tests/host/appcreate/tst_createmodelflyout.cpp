@@ -157,10 +157,8 @@ private slots:
         flyout.setModelName(QStringLiteral("Existing"));
         int calls = 0;
         bool ok = true;
-        flyout.validateEntitlement([&](bool answer) {
-            ++calls;
-            ok = answer;
-        });
+        const auto ask = [&] { flyout.validateEntitlement([&](bool answer) { ++calls; ok = answer; }); };
+        ask();
         // Answered before returning: the dialog is still open with the name.
         QCOMPARE(calls, 1);
         QVERIFY(!ok);
@@ -169,10 +167,7 @@ private slots:
         QCOMPARE(m_dialogs.at(0).secondaryText, ProcessingService::projectExistsText(QStringLiteral("Existing")));
 
         flyout.setModelName(QStringLiteral(".hidden"));
-        flyout.validateEntitlement([&](bool answer) {
-            ++calls;
-            ok = answer;
-        });
+        ask();
         QCOMPARE(calls, 2);
         QVERIFY(!ok);
         QCOMPARE(m_dialogs.size(), 2);
