@@ -121,10 +121,7 @@ private slots:
         QCOMPARE(m.value("name").toString(), QStringLiteral("Alps_01"));
         QCOMPARE(m.value("state").toString(), QStringLiteral("Queued"));
         QVERIFY(QDateTime::fromString(m.value("created").toString(), Qt::ISODateWithMs).isValid());
-        const QJsonObject outputs = m.value("outputs").toObject();
-        QCOMPARE(outputs.value("mesh").toBool(), true);
-        QCOMPARE(outputs.value("pointCloud").toBool(), false);
-        QCOMPARE(outputs.value("orthoMap").toBool(), true);
+        QCOMPARE(m.value("outputs").toObject(), QJsonObject({{"mesh", true}, {"pointCloud", false}, {"orthoMap", true}}));
         // The float the flyout gave, as the value the user chose.
         QCOMPARE(m.value("pixelSizeMeters").toDouble(), 0.07);
         const QJsonObject cs = m.value("coordinateSystem").toObject();
@@ -145,10 +142,12 @@ private slots:
         request.name = QStringLiteral("Geo");
         request.coordSysId = QStringLiteral("LL84");
         request.pixelSizeMeters = 0.01f;
+        request.orthoMap = false;
         request.gcpSupportFile = m_dir.filePath(QStringLiteral("support/none.xml"));
         QVERIFY2(m_service->submitProject(request, &folder, &error), qPrintable(error));
         const QJsonObject geo = manifestOf(folder);
         QCOMPARE(geo.value("pixelSizeMeters").toDouble(), 0.01);
+        QCOMPARE(geo.value("outputs").toObject().value("orthoMap").toBool(), false);
         QCOMPARE(geo.value("coordinateSystem").toObject().value("epsg").toInt(), 4326);
         QVERIFY(geo.value("gcp").toObject().value("file").isNull());
         QVERIFY(KeelCore::waitForIdle());
