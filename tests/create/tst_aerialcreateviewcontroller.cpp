@@ -1,6 +1,8 @@
-// The aerial create view with real synthetic drone photos: what its set-up
-// installs, which items it accepts, the GPS warning per batch and the
-// default coordinate system taken from the last selected photo.
+// The aerial create view with real synthetic drone photos, in a panel over
+// a window as the user meets it: which items it accepts, the GPS warning per
+// batch, the default coordinate system taken from the last selected photo,
+// where the settings flyout sits and what closing the panel does with the
+// photos added.
 
 #include <create/AerialCreateViewController.h>
 #include <create/AerialSettingsFlyout.h>
@@ -13,11 +15,13 @@
 #include <keelcore/Dispatch.h>
 #include <uibase/BaseView.h>
 #include <uibase/TaskDialog.h>
+#include <uitoolkit/ActionPanelVC.h>
 #include <uitoolkit/IThumbnailItem.h>
 #include <uitoolkit/LocalImageFileItem.h>
 #include <uitoolkit/ThumbnailProxyModel.h>
 
 #include <QtTest>
+#include <QtWidgets>
 
 #include <support/TestSupport.h>
 
@@ -27,7 +31,9 @@ using Zyn::AppCreate::CoordSysSelector;
 using Zyn::AppCreate::MainState;
 using Zyn::AppCreate::PhotoPreview;
 using Zyn::AppCreate::SCloudFile;
+using Zyn::UiBase::BaseViewController;
 using Zyn::UiBase::TaskDialog;
+using Zyn::UiToolkit::ActionPanelVC;
 
 namespace {
 
@@ -60,20 +66,32 @@ private slots:
                       makePhotos(QStringLiteral("zero"), north + QStringList{"--count", "2", "--zero-gps", "2", "--seed", "3"}));
         m_sets.insert(QStringLiteral("south"),
                       makePhotos(QStringLiteral("south"), QStringList{"--lat", "-33.4", "--lon", "-70.6", "--count", "2", "--seed", "4"}));
-        QCOMPARE(photos(QStringLiteral("gps")).size(), 3);
-        QCOMPARE(photos(QStringLiteral("lastNone")).size(), 4);
-        QCOMPARE(photos(QStringLiteral("zero")).size(), 2);
-        QCOMPARE(photos(QStringLiteral("south")).size(), 2);
+        for (const QString& set : m_sets.keys())
+            QVERIFY2(!photos(set).isEmpty(), qPrintable(set));
+        m_window.getView()->resize(1000, 700);
+        m_window.getView()->show();
     }
     void init()
     {
         QSettings().clear();
         m_dialogs.record(TaskDialog::IconButtonResult);
-        makeController();
+        m_controller = new AerialCreateViewController;
+        m_panel = new ActionPanelVC;
+        m_controller->getView(); // the host takes the view first
+        m_controller->Initialize();
+        m_panel->setMainView(m_controller->getView());
+        m_window.presentViewController(m_panel, 0);
+        // Every set names its photos AX20_0001...; in the order added, "last"
+        // is the photo added last.
+        canvas()->proxyModel()->setSortMode(Zyn::UiToolkit::ThumbnailProxyModel::AsAdded);
     }
     void cleanup()
     {
-        delete m_controller.data();
+        // The panel owns the controller.
+        if (m_panel && m_panel->presentingViewController())
+            m_panel->dismissViewController();
+        delete m_panel.data();
+        delete AerialCreateViewController::takeKeptPanel();
         QVERIFY(KeelCore::waitForIdle());
         m_dialogs.stop();
     }
@@ -82,7 +100,6 @@ private slots:
     {
         const QString path = photos(QStringLiteral("gps")).constFirst();
         QSharedPointer<Zyn::UiToolkit::IThumbnailItem> item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
-        QVERIFY(item);
         QVERIFY(qobject_cast<Zyn::UiToolkit::LocalImageFileItem*>(item.data()));
         QCOMPARE(item->path(), path);
         QVERIFY(!item->parent());
@@ -90,9 +107,6 @@ private slots:
 
         QVERIFY(!m_controller->validateThumbnailItem({}));
         QVERIFY(!m_controller->validateThumbnailItem(QSharedPointer<Zyn::UiToolkit::IThumbnailItem>(new OtherItem)));
-
-        // Through the canvas: local photos become tiles.
-        QCOMPARE(canvas()->addFiles(photos(QStringLiteral("gps"))).size(), 3);
     }
     void warnsOncePerBatchWithoutGps_data()
     {
@@ -189,6 +203,87 @@ private slots:
         qobject_cast<AerialSettingsFlyout*>(canvas()->getFlyout())->GetSettings(m, pc, om, px, cs);
         QCOMPARE(cs, zone);
     }
+    void flyoutStaysBesideTheCanvas_data()
+    {
+        QTest::addColumn<QSize>("window");
+        QTest::newRow("wide") << QSize(1400, 900);
+        QTest::newRow("narrow") << QSize(760, 560);
+        QTest::newRow("low") << QSize(1200, 480);
+    }
+    void flyoutStaysBesideTheCanvas()
+    {
+        QFETCH(QSize, window);
+        QCOMPARE(canvas()->addFiles(photos(QStringLiteral("gps"))).size(), 3);
+        QTest::mouseClick(canvas()->findChild<QPushButton*>(QStringLiteral("create_button")), Qt::LeftButton);
+        QDialog* flyout = canvas()->getFlyout();
+        QTRY_VERIFY(flyout->isVisible());
+        // Part of the window, not a window of its own with a second close button.
+        QVERIFY(!flyout->isWindow());
+        m_window.getView()->resize(window);
+        QTRY_COMPARE(m_panel->getQtWidget()->size(), window);
+        QTRY_VERIFY(inWindow(canvas()).right() < inWindow(flyout).left());
+        const QRect panel = inWindow(flyout);
+        QVERIFY(QRect(QPoint(0, 0), window).contains(panel));
+        for (const char* name : {"create_button", "count_label"}) {
+            const QWidget* w = canvas()->findChild<QWidget*>(QLatin1String(name));
+            QVERIFY2(!panel.intersects(inWindow(w)), name);
+            QVERIFY2(w->isVisible(), name);
+        }
+        // Its own close button takes it away and gives the canvas its room back.
+        QTest::mouseClick(flyout->findChild<QToolButton*>(QStringLiteral("close_toolButton")), Qt::LeftButton);
+        QVERIFY(!flyout->isVisible());
+        QTRY_COMPARE(inWindow(canvas()).right(), inWindow(m_panel->getMainView()).right());
+    }
+    void closingAsksBeforeDiscardingPhotos_data()
+    {
+        QTest::addColumn<int>("photos");
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<bool>("closed");
+        QTest::addColumn<bool>("kept");
+        QTest::newRow("no photos: closes without asking") << 0 << -1 << true << false;
+        QTest::newRow("discard") << 3 << int(TaskDialog::IconButtonResult) << true << false;
+        QTest::newRow("keep for later") << 3 << int(TaskDialog::IconButtonResult + 1) << true << true;
+        QTest::newRow("cancel") << 2 << int(TaskDialog::IconButtonResult + 2) << false << false;
+        QTest::newRow("dialog closed") << 1 << int(TaskDialog::Rejected) << false << false;
+    }
+    void closingAsksBeforeDiscardingPhotos()
+    {
+        QFETCH(int, photos);
+        QFETCH(int, answer);
+        QFETCH(bool, closed);
+        QFETCH(bool, kept);
+        const QStringList added = this->photos(QStringLiteral("gps")).mid(0, photos);
+        canvas()->addFiles(added);
+        canvas()->setFileSelected(added.value(0), false);
+        QVERIFY(KeelCore::waitForIdle());
+        m_dialogs.clear();
+        m_dialogs.answer = answer;
+        QTest::mouseClick(m_panel->getQtWidget()->findChild<QToolButton*>(QStringLiteral("cross_button")), Qt::LeftButton);
+        if (photos == 0) {
+            QVERIFY(m_dialogs.isEmpty());
+        } else {
+            QCOMPARE(m_dialogs.size(), 1);
+            const TaskDialog::Request& r = m_dialogs.first();
+            QCOMPARE(r.mainText, photos == 1 ? QString("Discard the photo and settings of this project?")
+                                             : QString("Discard the %1 photos and settings of this project?").arg(photos));
+            QCOMPARE(r.iconButtons.size(), 3);
+            QCOMPARE(r.iconButtons.at(1).label, QString("Keep for later"));
+        }
+        QCOMPARE(m_panel && m_panel->presentingViewController() == &m_window, !closed);
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        // Discarded panels are gone with their photos; kept ones wait, photos,
+        // inclusion and all, for the next opening in this session.
+        QCOMPARE(m_panel.isNull(), closed && !kept);
+        BaseViewController* next = AerialCreateViewController::takeKeptPanel();
+        QCOMPARE(next, kept ? m_panel.data() : nullptr);
+        if (kept) {
+            m_window.presentViewController(next, 0);
+            QVERIFY(m_panel->getQtWidget()->isVisible());
+            QCOMPARE(canvas()->getFiles(), added);
+            QCOMPARE(canvas()->getSelectedFiles(), added.mid(1));
+            QVERIFY(!AerialCreateViewController::takeKeptPanel());
+        }
+    }
 
 private:
     QStringList makePhotos(const QString& name, const QStringList& args)
@@ -196,16 +291,6 @@ private:
         return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), QStringList{QStringLiteral("--alt"), QStringLiteral("120")} + args);
     }
     QStringList photos(const QString& name) const { return m_sets.value(name); }
-    void makeController()
-    {
-        m_controller = new AerialCreateViewController;
-        m_controller->Initialize();
-        m_controller->getView()->resize(800, 600);
-        m_controller->getView()->show();
-        // Every set names its photos AX20_0001...; in the order added, "last"
-        // is the photo added last.
-        canvas()->proxyModel()->setSortMode(Zyn::UiToolkit::ThumbnailProxyModel::AsAdded);
-    }
     PhotoPreview* canvas() const
     {
         return qobject_cast<MainState*>(m_controller->getState())->getPhotoCanvas();
@@ -213,6 +298,10 @@ private:
     CoordSysSelector* selector() const
     {
         return canvas()->getFlyout()->findChild<CoordSysSelector*>(QStringLiteral("coord_sys_selector"));
+    }
+    QRect inWindow(const QWidget* w)
+    {
+        return QRect(w->mapTo(m_window.getView(), QPoint(0, 0)), w->size());
     }
     int warnings() const
     {
@@ -222,6 +311,8 @@ private:
 
     QTemporaryDir m_dir;
     QHash<QString, QStringList> m_sets;
+    BaseViewController m_window;
+    QPointer<ActionPanelVC> m_panel;
     QPointer<AerialCreateViewController> m_controller;
     Zyn::TestSupport::DialogRecorder m_dialogs;
 };

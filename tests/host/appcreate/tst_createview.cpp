@@ -1,20 +1,26 @@
 // The create view base driven as an application and a user drive it:
 // set-up order, file notifications, the create flow into a project
-// folder, refusals, session photos and the thumbnail rules.
+// folder, refusals, session photos and the thumbnail rules; and its
+// flyout base: terms accepted once and remembered (through the seam and
+// through the real dialog), and the entitlement check for self-hosted and
+// credit accounts and for names already taken.
 #include "GpsJpeg.h"
-#include "TestFlyout.h"
 
+#include <appcreate/CreateModelFlyout.h>
 #include <appcreate/CreateViewController.h>
 #include <appcreate/MainState.h>
 #include <appcreate/PhotoPreview.h>
 #include <appcreate/PhotoSceneData.h>
 #include <appcreate/ProcessingService.h>
 #include <keelcore/Dispatch.h>
+#include <services/ApplicationService.h>
+#include <services/ConfigManager.h>
 #include <uibase/BaseView.h>
 #include <uibase/FileDialog.h>
 #include <uibase/TaskDialog.h>
 #include <uitoolkit/IThumbnailItem.h>
 #include <uitoolkit/LocalImageFileItem.h>
+#include <utilities/Constants.h>
 
 #include <QtTest>
 #include <QtWidgets>
@@ -23,8 +29,39 @@
 
 using namespace Zyn::AppCreate;
 using Zyn::UiBase::TaskDialog;
+namespace U = Zyn::Utilities;
 
 namespace {
+
+// A settings flyout whose answers the test chooses, standing in for an
+// application's own flyout.
+class TestFlyout : public CreateModelFlyout {
+    Q_OBJECT
+public:
+    TestFlyout(MainState& state, QWidget* parent)
+        : CreateModelFlyout(state, parent)
+    {
+        resize(240, 160);
+    }
+
+    void GetSettings(bool& mesh, bool& pointCloud, bool& orthoMap, float& pixelSizeMeters,
+                     QString& coordSysId) const override
+    {
+        mesh = m_mesh;
+        pointCloud = m_pointCloud;
+        orthoMap = m_orthoMap;
+        pixelSizeMeters = m_pixelSize;
+        coordSysId = m_coordSys;
+    }
+
+    void setModelName(const QString& name) { m_modelName = name; }
+
+    bool m_mesh = true;
+    bool m_pointCloud = false;
+    bool m_orthoMap = false;
+    float m_pixelSize = 0.01f;
+    QString m_coordSys = QStringLiteral("LL84");
+};
 
 class ExtraCommand : public Zyn::UiBase::CommandBase {
     Q_OBJECT
@@ -105,21 +142,21 @@ class TestCreateView : public QObject {
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_dir.isValid());
-        for (int i = 0; i < 3; ++i) {
+        Zyn::TestSupport::isolateSettings(QStringLiteral("tst_appcreate_createview"), m_dir.path());
+        QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("photos"))));
+        for (int i = 0; i < 30; ++i) {
             const QString path = m_dir.filePath(QStringLiteral("photos/IMG_%1.jpg").arg(i));
-            QDir().mkpath(QFileInfo(path).path());
-            QVERIFY(GpsJpeg::writeWithGps(path, {46.5 + i * 0.001, 7.9, 1500}, i));
-            m_photos << path;
+            QVERIFY(i < 3 ? GpsJpeg::writeWithGps(path, {46.5 + i * 0.001, 7.9, 1500}, i) : GpsJpeg::writePlain(path, i));
+            (i < 3 ? m_photos : m_more) << path;
         }
-        Zyn::AppCreate::CreateModelFlyout::setTermsHandler([](const QString&) { return true; });
     }
     void init()
     {
         static int n = 0;
         qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects%1").arg(++n)).toUtf8());
         QSettings().clear();
+        configure({}, {}, {});
         m_dialogs.record();
         Zyn::UiBase::FileDialog::setHandler([](const Zyn::UiBase::FileDialog::Request&) { return QStringList(); });
     }
@@ -131,6 +168,7 @@ private slots:
         QVERIFY(KeelCore::waitForIdle());
         m_dialogs.stop();
         Zyn::UiBase::FileDialog::clearHandler();
+        CreateModelFlyout::clearTermsHandler();
     }
 
     void initializeBuildsStateBeforeViewDidLoad()
@@ -331,7 +369,161 @@ private slots:
         QCOMPARE(vc->presentedViewController(), panel);
     }
 
+    void termsAcceptedOnceAndRemembered()
+    {
+        MainState state;
+        TestFlyout flyout(state, nullptr);
+        QVERIFY(!flyout.HasUserAcceptedTermsAndConditions());
+
+        // Declining, and the real dialog, are realTermsDialog's rows.
+        QStringList shown;
+        CreateModelFlyout::setTermsHandler([&shown](const QString& text) {
+            shown << text;
+            return true;
+        });
+        QVERIFY(flyout.AskUserToAcceptTermsAndConditions());
+        QCOMPARE(shown.size(), 1);
+        QVERIFY(shown.at(0).contains(QStringLiteral("Terms and conditions")));
+
+        // Remembered in the settings, for every later flyout.
+        TestFlyout later(state, nullptr);
+        QVERIFY(later.HasUserAcceptedTermsAndConditions());
+        QSettings settings;
+        settings.beginGroup(QLatin1String(U::CFG_ELEM_GENERAL));
+        QCOMPARE(settings.value(QLatin1String(U::CFG_ELEM_TERMS_ACCEPTED)).toBool(), true);
+        settings.endGroup();
+
+        // A value that is not a yes counts as not accepted.
+        settings.setValue(QStringLiteral("%1/%2").arg(QLatin1String(U::CFG_ELEM_GENERAL), QLatin1String(U::CFG_ELEM_TERMS_ACCEPTED)),
+                          QStringLiteral("garbage"));
+        QVERIFY(!later.HasUserAcceptedTermsAndConditions());
+    }
+    void realTermsDialog_data()
+    {
+        QTest::addColumn<QVariant>("account");
+        QTest::addColumn<bool>("accept");
+        QTest::newRow("credit account accepts") << QVariant(0) << true;
+        QTest::newRow("self-hosted account declines") << QVariant(1) << false;
+    }
+    void realTermsDialog()
+    {
+        QFETCH(QVariant, account);
+        QFETCH(bool, accept);
+        configure(account, {}, {});
+        MainState state;
+        TestFlyout flyout(state, nullptr);
+        bool acceptWasDisabled = false;
+        bool creditsPromised = false;
+        QTimer::singleShot(0, this, [&] {
+            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+            QVERIFY(dialog);
+            auto* button = dialog->findChild<QPushButton*>(accept ? "terms_accept_button" : "terms_decline_button");
+            auto* check = dialog->findChild<QCheckBox*>(QStringLiteral("terms_checkBox"));
+            auto* text = dialog->findChild<QTextBrowser*>(QStringLiteral("terms_textBrowser"));
+            QVERIFY(button && check && text);
+            creditsPromised = text->toPlainText().contains(QStringLiteral("cloud credits"));
+            acceptWasDisabled = !dialog->findChild<QPushButton*>("terms_accept_button")->isEnabled();
+            QTest::mouseClick(check, Qt::LeftButton, {}, QPoint(5, check->height() / 2));
+            QTest::mouseClick(button, Qt::LeftButton);
+        });
+        QCOMPARE(flyout.AskUserToAcceptTermsAndConditions(), accept);
+        QVERIFY(acceptWasDisabled);
+        // Credits are promised only to an account that pays with them.
+        QCOMPARE(creditsPromised, account.toInt() == 0);
+        QCOMPARE(flyout.HasUserAcceptedTermsAndConditions(), accept);
+    }
+    void entitlementDecidesWhetherToProcess_data()
+    {
+        QTest::addColumn<QVariant>("type");
+        QTest::addColumn<QString>("pools");
+        QTest::addColumn<int>("per100");
+        QTest::addColumn<QString>("refusal"); // secondary text; empty: may process
+        QTest::newRow("self-hosted, no account configured") << QVariant() << QString() << 10 << QString();
+        // 30 photos at 10 per 100: 3 credits; the pool of 20 covers it.
+        QTest::newRow("one pool covers") << QVariant(0) << "2,20" << 10 << QString();
+        // 30 photos at 100 per 100: 30 credits; pools of 20 and 15 do not add up.
+        QTest::newRow("pools do not add up") << QVariant(0) << "20,15" << 100
+                                             << "This project needs 30 cloud credits; 20 are available.";
+    }
+    void entitlementDecidesWhetherToProcess()
+    {
+        QFETCH(QVariant, type);
+        QFETCH(QString, pools);
+        QFETCH(int, per100);
+        QFETCH(QString, refusal);
+        MainState state;
+        PhotoPreview canvas;
+        state.setPhotoCanvas(&canvas);
+        QCOMPARE(canvas.addFiles(m_photos + m_more).size(), 30);
+        TestFlyout flyout(state, nullptr);
+        flyout.setModelName(QStringLiteral("Credits"));
+        configure(type, pools.isEmpty() ? QVariant() : pools, per100);
+        Answer answer;
+        askEntitlement(flyout, answer);
+        QCOMPARE(answer.ok, refusal.isEmpty());
+        QVERIFY(answer.onGuiThread);
+        QCOMPARE(m_dialogs.size(), refusal.isEmpty() ? 0 : 1);
+        if (!refusal.isEmpty()) {
+            QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("Not enough cloud credits."));
+            QCOMPARE(m_dialogs.at(0).secondaryText, refusal);
+        }
+    }
+    void takenOrInvalidNameIsRefusedAtOnce()
+    {
+        QVERIFY(QDir().mkpath(ProcessingService::projectsDirectory() + QStringLiteral("/Existing")));
+        MainState state;
+        TestFlyout flyout(state, nullptr);
+        flyout.setModelName(QStringLiteral("Existing"));
+        int calls = 0;
+        bool ok = true;
+        const auto ask = [&] { flyout.validateEntitlement([&](bool answer) { ++calls; ok = answer; }); };
+        ask();
+        // Answered before returning: the dialog is still open with the name.
+        QCOMPARE(calls, 1);
+        QVERIFY(!ok);
+        QCOMPARE(m_dialogs.size(), 1);
+        QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("The project cannot be created."));
+        QCOMPARE(m_dialogs.at(0).secondaryText, ProcessingService::projectExistsText(QStringLiteral("Existing")));
+
+        flyout.setModelName(QStringLiteral(".hidden"));
+        ask();
+        QCOMPARE(calls, 2);
+        QVERIFY(!ok);
+        QCOMPARE(m_dialogs.size(), 2);
+    }
+
 private:
+    // Answers the entitlement check for the flyout: {called, answer, on GUI thread}.
+    struct Answer {
+        int calls = 0;
+        bool ok = false;
+        bool onGuiThread = false;
+    };
+    void askEntitlement(CreateModelFlyout& flyout, Answer& answer)
+    {
+        flyout.validateEntitlement([&answer](bool ok) {
+            ++answer.calls;
+            answer.ok = ok;
+            answer.onGuiThread = QThread::currentThread() == qApp->thread();
+        });
+        QTRY_COMPARE(answer.calls, 1);
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(answer.calls, 1);
+    }
+    void configure(const QVariant& type, const QVariant& credits, const QVariant& per100)
+    {
+        Zyn::Services::ConfigManager* config = Zyn::Services::ApplicationService::GetInstance()->GetConfigManager();
+        const QList<QPair<const char*, QVariant>> values{{U::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE, type},
+                                                         {U::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS, credits},
+                                                         {U::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS, per100}};
+        for (const auto& v : values) {
+            if (v.second.isValid())
+                config->setValue(QLatin1String(v.first), v.second);
+            else
+                config->remove(QLatin1String(v.first));
+        }
+    }
+
     TestCreateVC* makeView(bool stopReloading = true, bool autoBrowse = false)
     {
         auto* vc = new TestCreateVC;
@@ -350,7 +542,8 @@ private:
     }
 
     QTemporaryDir m_dir;
-    QStringList m_photos;
+    QStringList m_photos; // with GPS
+    QStringList m_more;   // without, 30 in all
     Zyn::TestSupport::DialogRecorder m_dialogs;
     QList<QPointer<TestCreateVC>> m_views;
 };

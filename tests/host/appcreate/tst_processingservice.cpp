@@ -8,7 +8,11 @@
 
 #include <QtTest>
 
+#include <support/TestSupport.h>
+
 using namespace Zyn::AppCreate;
+using Zyn::TestSupport::readFile;
+using Zyn::TestSupport::writeFile;
 
 class TestProcessingService : public QObject {
     Q_OBJECT
@@ -22,12 +26,9 @@ private slots:
         QVERIFY(GpsJpeg::writeWithGps(photo("sw.jpg"), {-33.8568, -70.6483, -12.25}, 1));
         QVERIFY(GpsJpeg::writeWithoutGps(photo("nogps.jpg"), 2));
         QVERIFY(GpsJpeg::writePlain(photo("plain.jpg"), 3));
-        QFile corrupt(photo("corrupt.jpg"));
-        QVERIFY(corrupt.open(QIODevice::WriteOnly));
         // A JPEG start and an EXIF block header whose content is garbage.
         static const char bytes[] = "\xFF\xD8\xFF\xE1\x00\x10" "Exif\0\0garbage-garbage";
-        corrupt.write(bytes, sizeof(bytes) - 1);
-        corrupt.close();
+        QVERIFY(writeFile(photo("corrupt.jpg"), QByteArray(bytes, sizeof(bytes) - 1)));
     }
     void init()
     {
@@ -38,39 +39,27 @@ private slots:
         QCOMPARE(ProcessingService::projectsDirectory(), root);
     }
 
-    void gps_data()
+    // Positions read are the preparation test's; here the reasons given.
+    void gpsRefusals_data()
     {
         QTest::addColumn<QString>("file");
-        QTest::addColumn<QString>("error"); // empty: read
-        QTest::addColumn<double>("lat");
-        QTest::addColumn<double>("lon");
-        QTest::addColumn<double>("alt");
-        QTest::newRow("north east") << "ne.jpg" << "" << 46.5480 << 7.9820 << 1234.5;
-        QTest::newRow("south west") << "sw.jpg" << "" << -33.8568 << -70.6483 << -12.25;
-        QTest::newRow("no GPS block") << "nogps.jpg" << "GPS" << 0.0 << 0.0 << 0.0;
-        QTest::newRow("no EXIF") << "plain.jpg" << "EXIF" << 0.0 << 0.0 << 0.0;
-        QTest::newRow("damaged EXIF") << "corrupt.jpg" << "." << 0.0 << 0.0 << 0.0;
-        QTest::newRow("missing") << "absent.jpg" << "does not exist" << 0.0 << 0.0 << 0.0;
-        QTest::newRow("no path") << "" << "." << 0.0 << 0.0 << 0.0;
+        QTest::addColumn<QString>("error");
+        QTest::newRow("no GPS block") << "nogps.jpg" << "GPS";
+        QTest::newRow("no EXIF") << "plain.jpg" << "EXIF";
+        QTest::newRow("damaged EXIF") << "corrupt.jpg" << ".";
+        QTest::newRow("missing") << "absent.jpg" << "does not exist";
+        QTest::newRow("no path") << "" << ".";
     }
-    void gps()
+    void gpsRefusals()
     {
         QFETCH(QString, file);
         QFETCH(QString, error);
-        QFETCH(double, lat);
-        QFETCH(double, lon);
-        QFETCH(double, alt);
         PhotoGpsPosition p;
         p.latitude = 99;
         QString why;
-        QCOMPARE(readPhotoGpsPosition(file.isEmpty() ? QString() : photo(file), &p, &why), error.isEmpty());
-        if (!error.isEmpty()) {
-            QVERIFY2(why.contains(error), qPrintable(why));
-            QCOMPARE(p.latitude, 99.0); // untouched on failure
-            return;
-        }
-        QVERIFY(qAbs(p.latitude - lat) < 1e-6 && qAbs(p.longitude - lon) < 1e-6);
-        QVERIFY(p.hasAltitude && qAbs(p.altitude - alt) < 1e-3);
+        QVERIFY(!readPhotoGpsPosition(file.isEmpty() ? QString() : photo(file), &p, &why));
+        QVERIFY2(why.contains(error), qPrintable(why));
+        QCOMPARE(p.latitude, 99.0); // untouched on failure
     }
 
     void projectNamesThatCannotBeFolders_data()
@@ -111,11 +100,7 @@ private slots:
     void manifestHoldsExactlyTheRequest()
     {
         const QString gcpFile = m_dir.filePath(QStringLiteral("support/gcp_survey.xml"));
-        QDir().mkpath(QFileInfo(gcpFile).path());
-        QFile gcp(gcpFile);
-        QVERIFY(gcp.open(QIODevice::WriteOnly));
-        gcp.write("<survey/>");
-        gcp.close();
+        QVERIFY(QDir().mkpath(QFileInfo(gcpFile).path()) && writeFile(gcpFile, "<survey/>"));
 
         ProjectRequest request = this->request("Alps_01", {"ne.jpg", "sw.jpg"}, "EPSG:32632");
         request.mesh = true;
@@ -136,10 +121,7 @@ private slots:
         QCOMPARE(m.value("name").toString(), QStringLiteral("Alps_01"));
         QCOMPARE(m.value("state").toString(), QStringLiteral("Queued"));
         QVERIFY(QDateTime::fromString(m.value("created").toString(), Qt::ISODateWithMs).isValid());
-        const QJsonObject outputs = m.value("outputs").toObject();
-        QCOMPARE(outputs.value("mesh").toBool(), true);
-        QCOMPARE(outputs.value("pointCloud").toBool(), false);
-        QCOMPARE(outputs.value("orthoMap").toBool(), true);
+        QCOMPARE(m.value("outputs").toObject(), QJsonObject({{"mesh", true}, {"pointCloud", false}, {"orthoMap", true}}));
         // The float the flyout gave, as the value the user chose.
         QCOMPARE(m.value("pixelSizeMeters").toDouble(), 0.07);
         const QJsonObject cs = m.value("coordinateSystem").toObject();
@@ -153,19 +135,19 @@ private slots:
         const QJsonObject gcpInfo = m.value("gcp").toObject();
         QCOMPARE(gcpInfo.value("supportFile").toString(), gcpFile);
         QCOMPARE(gcpInfo.value("file").toString(), QStringLiteral("gcp_survey.xml"));
-        QFile copy(QDir(folder).filePath(QStringLiteral("gcp_survey.xml")));
-        QVERIFY(copy.open(QIODevice::ReadOnly));
-        QCOMPARE(copy.readAll(), QByteArray("<survey/>"));
+        QCOMPARE(readFile(QDir(folder).filePath(QStringLiteral("gcp_survey.xml"))), QByteArray("<survey/>"));
         QVERIFY(KeelCore::waitForIdle());
 
         // Geographic WGS 84 has its own code and EPSG 4326; a missing GCP file is noted as such.
         request.name = QStringLiteral("Geo");
         request.coordSysId = QStringLiteral("LL84");
         request.pixelSizeMeters = 0.01f;
+        request.orthoMap = false;
         request.gcpSupportFile = m_dir.filePath(QStringLiteral("support/none.xml"));
         QVERIFY2(m_service->submitProject(request, &folder, &error), qPrintable(error));
         const QJsonObject geo = manifestOf(folder);
         QCOMPARE(geo.value("pixelSizeMeters").toDouble(), 0.01);
+        QCOMPARE(geo.value("outputs").toObject().value("orthoMap").toBool(), false);
         QCOMPARE(geo.value("coordinateSystem").toObject().value("epsg").toInt(), 4326);
         QVERIFY(geo.value("gcp").toObject().value("file").isNull());
         QVERIFY(KeelCore::waitForIdle());
@@ -194,13 +176,13 @@ private slots:
         QCOMPARE(m.value("state").toString(), state);
         QCOMPARE(m.value("stateDetail").toString(), detail);
         const QJsonArray list = m.value("photos").toArray();
-        const QJsonObject ne = list.at(0).toObject().value("gps").toObject();
-        QVERIFY(qAbs(ne.value("latitude").toDouble() - 46.5480) < 1e-6);
-        QVERIFY(qAbs(ne.value("longitude").toDouble() - 7.9820) < 1e-6);
-        QVERIFY(qAbs(ne.value("altitude").toDouble() - 1234.5) < 1e-3);
+        const auto at = [&list](int i, const char* key) { return list.at(i).toObject().value("gps").toObject().value(key).toDouble(); };
+        QVERIFY(qAbs(at(0, "latitude") - 46.5480) < 1e-6 && qAbs(at(0, "longitude") - 7.9820) < 1e-6);
+        QVERIFY(qAbs(at(0, "altitude") - 1234.5) < 1e-3);
+        QVERIFY(qAbs(at(2, "latitude") + 33.8568) < 1e-6 && qAbs(at(2, "longitude") + 70.6483) < 1e-6);
+        QVERIFY(qAbs(at(2, "altitude") + 12.25) < 1e-3);
         QVERIFY(list.at(1).toObject().value("gps").isNull());
         QCOMPARE(list.at(1).toObject().value("error").toString().isEmpty(), state == "Ready");
-        QVERIFY(list.at(2).toObject().value("gps").toObject().value("longitude").toDouble() < 0);
         const ProjectInfo info = ProcessingService::readProject(folder);
         QCOMPARE(info.name, QStringLiteral("Prepared"));
         QCOMPARE(info.state, state);
@@ -210,11 +192,8 @@ private slots:
     void existingProjectIsNeverOverwritten()
     {
         const QString root = ProcessingService::projectsDirectory();
-        QVERIFY(QDir().mkpath(root + QStringLiteral("/Taken")));
-        QFile keep(root + QStringLiteral("/Taken/project.json"));
-        QVERIFY(keep.open(QIODevice::WriteOnly));
-        keep.write("{\"name\": \"Taken\", \"state\": \"Ready\"}");
-        keep.close();
+        const QByteArray kept("{\"name\": \"Taken\", \"state\": \"Ready\"}");
+        QVERIFY(QDir().mkpath(root + QStringLiteral("/Taken")) && writeFile(root + QStringLiteral("/Taken/project.json"), kept));
 
         ProjectRequest request = this->request("Taken", {"ne.jpg"});
         QVERIFY(m_service->projectExists(QStringLiteral("Taken")));
@@ -224,13 +203,10 @@ private slots:
         QCOMPARE(error, ProcessingService::projectExistsText(QStringLiteral("Taken")));
         QVERIFY(folder.isEmpty());
         QCOMPARE(changed.count(), 0);
-        QVERIFY(keep.open(QIODevice::ReadOnly));
-        QCOMPARE(keep.readAll(), QByteArray("{\"name\": \"Taken\", \"state\": \"Ready\"}"));
+        QCOMPARE(readFile(root + QStringLiteral("/Taken/project.json")), kept);
 
         // A plain file of that name blocks the name too.
-        QFile file(root + QStringLiteral("/AFile"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.close();
+        QVERIFY(writeFile(root + QStringLiteral("/AFile"), QByteArray()));
         request.name = QStringLiteral("AFile");
         QVERIFY(!m_service->submitProject(request, &folder, &error));
         QCOMPARE(QFileInfo(root + QStringLiteral("/AFile")).size(), 0);
@@ -266,11 +242,7 @@ private slots:
         }
         QVERIFY(KeelCore::waitForIdle());
         const QString root = ProcessingService::projectsDirectory();
-        QVERIFY(QDir().mkpath(root + QStringLiteral("/Broken")));
-        QFile broken(root + QStringLiteral("/Broken/project.json"));
-        QVERIFY(broken.open(QIODevice::WriteOnly));
-        broken.write("{ not json");
-        broken.close();
+        QVERIFY(QDir().mkpath(root + QStringLiteral("/Broken")) && writeFile(root + QStringLiteral("/Broken/project.json"), "{ not json"));
 
         const QList<ProjectInfo> projects = m_service->projects();
         QStringList names;
@@ -287,10 +259,7 @@ private:
     QString photo(const QString& name) const { return m_photos.filePath(name); }
     QJsonObject manifestOf(const QString& folder) const
     {
-        QFile file(QDir(folder).filePath(QStringLiteral("project.json")));
-        if (!file.open(QIODevice::ReadOnly))
-            return {};
-        return QJsonDocument::fromJson(file.readAll()).object();
+        return QJsonDocument::fromJson(readFile(QDir(folder).filePath(QStringLiteral("project.json")))).object();
     }
     ProjectRequest request(const QString& name, const QStringList& photos, const QString& coordSys = "LL84") const
     {
