@@ -1,3 +1,4 @@
+#include <gcp/model/GcpColor.h>
 #include <gcp/model/GcpInfo.h>
 
 #include <QtTest>
@@ -101,6 +102,20 @@ private slots:
         const MarkerMap byName = markersByName(gcps, byId);
         QCOMPARE(byName.size(), 5);
         QCOMPARE(byName.value(QStringLiteral("A (4)")).first().image, QStringLiteral("IMG_4.JPG"));
+    }
+
+    // Neighbouring numbers of one survey get hues far apart, whatever the prefix.
+    void numberedPointsGetDistinctHues()
+    {
+        for (const QString& prefix : {QStringLiteral("GCP"), QStringLiteral("CP-"), QString()}) {
+            for (int a = 1; a <= 12; ++a) {
+                for (int b = a + 1; b <= a + 2; ++b) {
+                    const int d = qAbs(gcpColorForName(prefix + QString::number(a)).hue()
+                                       - gcpColorForName(prefix + QString::number(b)).hue());
+                    QVERIFY2(qMin(d, 360 - d) >= 60, qPrintable(prefix + QString::number(a)));
+                }
+            }
+        }
     }
 };
 
