@@ -336,19 +336,12 @@ private slots:
         dialog.show();
         QVERIFY(table->rowCount() > 1000);
         QVERIFY(!dialog.isLoading());
-        dialog.reject();
-    }
 
-    void headerSortsByColumn()
-    {
-        CoordSysDialog dialog;
-        QTableWidget* table = showLoaded(dialog);
-        QVERIFY(table);
+        // A click on the EPSG header sorts by number; systems without one last.
         QHeaderView* header = table->horizontalHeader();
         const QPoint epsgSection(header->sectionViewportPosition(2) + 5, header->height() / 2);
         QTest::mousePress(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
         QTest::mouseRelease(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
-        // EPSG numbers by value; systems without one last.
         for (int row = 1; row < table->rowCount(); ++row) {
             const QString before = table->item(row - 1, 2)->text(), here = table->item(row, 2)->text();
             QVERIFY(here.isEmpty() || (!before.isEmpty() && before.toLongLong() <= here.toLongLong()));
