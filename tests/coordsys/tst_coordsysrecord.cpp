@@ -125,8 +125,8 @@ private slots:
     {
         QFETCH(QString, a);
         QFETCH(QString, b);
-        const auto item = [](const QString& spec) {
-            const QStringList f = spec.split(',');
+        const auto item = [](const QString& row) {
+            const QStringList f = row.split(',');
             return TableWidgetItem(f.at(0), f.at(1) == "1", f.at(2).toInt(), f.at(3).toInt());
         };
         QVERIFY(item(a) < item(b));
