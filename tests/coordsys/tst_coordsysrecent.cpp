@@ -24,22 +24,13 @@ private:
     static Services::ConfigManager* config() { return Services::ApplicationService::GetInstance()->GetConfigManager(); }
     static void setLimit(int limit) { config()->setValue(QString::fromLatin1(Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT), limit); }
 
-    static QStringList recent(bool input)
+    static QString recentKey(bool input)
     {
-        QSettings settings;
-        settings.beginGroup(QString::fromLatin1(Utilities::CFG_ELEM_GENERAL));
-        return settings.value(QString::fromLatin1(input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU
-                                                        : Utilities::CFG_ELEM_COORDSYS_OUT_MRU))
-            .toStringList();
+        return QString::fromLatin1(Utilities::CFG_ELEM_GENERAL) + '/'
+               + QString::fromLatin1(input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU : Utilities::CFG_ELEM_COORDSYS_OUT_MRU);
     }
-    static void setRecent(bool input, const QStringList& list)
-    {
-        QSettings settings;
-        settings.beginGroup(QString::fromLatin1(Utilities::CFG_ELEM_GENERAL));
-        settings.setValue(QString::fromLatin1(input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU
-                                                    : Utilities::CFG_ELEM_COORDSYS_OUT_MRU),
-                          list);
-    }
+    static QStringList recent(bool input) { return QSettings().value(recentKey(input)).toStringList(); }
+    static void setRecent(bool input, const QStringList& list) { QSettings().setValue(recentKey(input), list); }
 
     static QTableWidget* table(CoordSysDialog& dialog) { return dialog.ui->table_coordsys; }
 

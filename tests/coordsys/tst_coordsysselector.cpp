@@ -84,29 +84,6 @@ private slots:
 
     void cleanup() { QVERIFY(KeelCore::waitForIdle()); }
 
-    void showsTheSavedSystemOrLL84()
-    {
-        CoordSysSelector selector;
-        QCOMPARE(selector.getCoordSysId(), QStringLiteral("LL84"));
-        QCOMPARE(selector.getCoordSysData(), GcpCoordSysInfo::ll84());
-        QVERIFY(selector.isInput());
-        QVERIFY(!selector.findChild<QLabel*>(QStringLiteral("label_tar_coord_sys"))->isVisibleTo(&selector));
-        QVERIFY(selector.findChild<QLabel*>(QStringLiteral("label_src_coord_sys"))->isVisibleTo(&selector));
-
-        const GcpCoordSysInfo utm(QStringLiteral("EPSG:32633"), QStringLiteral("WGS 84 / UTM zone 33N"),
-                                  QStringLiteral("32633"), 1, QString(), 0);
-        CoordSysDialog::saveGcpCoordSysInfo(utm, false);
-        QSignalSpy changed(&selector, &CoordSysSelector::coordSysSelectionChanged);
-        selector.setInput(false);
-        QVERIFY(!selector.dialog()->isInput());
-        QVERIFY(selector.findChild<QLabel*>(QStringLiteral("label_tar_coord_sys"))->isVisibleTo(&selector));
-        QVERIFY(!selector.findChild<QLabel*>(QStringLiteral("label_src_coord_sys"))->isVisibleTo(&selector));
-        selector.reset();
-        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
-        QCOMPARE(selector.getCoordSysData(), utm);
-        QCOMPARE(changed.count(), 0); // resetting announces nothing
-    }
-
     void defaultGpsSystemUntilTheUserChooses()
     {
         CoordSysSelector selector;
@@ -195,9 +172,15 @@ private slots:
         QCOMPARE(browse(click, selector.dialog(), [](CoordSysDialog*) {}), 0);
     }
 
-    void programmaticChoiceIsAnnounced()
+    void savedSystemAndProgrammaticChoice()
     {
         CoordSysSelector selector;
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("LL84"));
+        QCOMPARE(selector.getCoordSysData(), GcpCoordSysInfo::ll84());
+        QVERIFY(selector.isInput());
+        QVERIFY(!selector.findChild<QLabel*>(QStringLiteral("label_tar_coord_sys"))->isVisibleTo(&selector));
+        QVERIFY(selector.findChild<QLabel*>(QStringLiteral("label_src_coord_sys"))->isVisibleTo(&selector));
+
         QVERIFY(loadAndWait(selector));
         QSignalSpy changed(&selector, &CoordSysSelector::coordSysSelectionChanged);
         const GcpCoordSysInfo utm(QStringLiteral("EPSG:32633"), QStringLiteral("WGS 84 / UTM zone 33N"),
@@ -207,7 +190,6 @@ private slots:
         QCOMPARE(changed.at(0).at(0).value<GcpCoordSysInfo>(), utm);
         QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
         QVERIFY(selector.isCSIdValid());
-
         selector.setCoordSysData(GcpCoordSysInfo(QStringLiteral("NOT:A:CODE"), {}, {}, 0, {}, 0));
         QVERIFY(!selector.isCSIdValid());
         // Showing the field again does not undo the program's choice.
@@ -215,6 +197,17 @@ private slots:
         QCOMPARE(selector.getCoordSysId(), QStringLiteral("NOT:A:CODE"));
         // Nothing here was saved: the user never confirmed.
         QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(true), GcpCoordSysInfo::ll84());
+
+        // A target field shows the saved target system.
+        CoordSysDialog::saveGcpCoordSysInfo(utm, false);
+        selector.setInput(false);
+        QVERIFY(!selector.dialog()->isInput());
+        QVERIFY(selector.findChild<QLabel*>(QStringLiteral("label_tar_coord_sys"))->isVisibleTo(&selector));
+        QVERIFY(!selector.findChild<QLabel*>(QStringLiteral("label_src_coord_sys"))->isVisibleTo(&selector));
+        selector.reset();
+        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
+        QCOMPARE(selector.getCoordSysData(), utm);
+        QCOMPARE(changed.count(), 2); // resetting announces nothing
     }
 
     void catalogueSizeAndPlacement()
