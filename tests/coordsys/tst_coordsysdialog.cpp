@@ -340,6 +340,14 @@ private slots:
             const QString before = table->item(row - 1, 2)->text(), here = table->item(row, 2)->text();
             QVERIFY(here.isEmpty() || (!before.isEmpty() && before.toLongLong() <= here.toLongLong()));
         }
+        // A second click reverses the order.
+        QTest::mousePress(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
+        QTest::mouseRelease(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
+        QList<qlonglong> numbers;
+        for (int row = 0; row < table->rowCount(); ++row)
+            if (!table->item(row, 2)->text().isEmpty())
+                numbers << table->item(row, 2)->text().toLongLong();
+        QVERIFY(numbers.first() > numbers.last());
         // Every row kept its own record.
         const int utm = rowOf(table, QStringLiteral("EPSG:32633"));
         QCOMPARE(table->item(utm, 2)->text(), QStringLiteral("32633"));
