@@ -81,39 +81,38 @@ private slots:
         QCOMPARE(normalizeSurveySavePath(path), expected);
     }
 
-    void saveAsksAndWrites()
+    // Save names the file .xml and leaves the folder later dialogs start in;
+    // loading the file moves that folder to the file's.
+    void saveAndLoadThroughTheDialogs()
     {
         QTemporaryDir dir;
-        QVERIFY(dir.isValid());
+        QVERIFY(QDir(dir.path()).mkdir("sub"));
         config()->setValue(kLastDirKey, dir.path());
         QList<FileDialog::Request> requests;
         FileDialog::setHandler([&](const FileDialog::Request& r) {
             requests << r;
-            return QStringList{dir.filePath("survey")};
+            return QStringList{dir.filePath(r.mode == FileDialog::SaveFile ? "sub/survey" : "sub/survey.xml")};
         });
-
-        const GcpMap gcps = sampleGcps(3);
         MarkerMap markers;
-        GcpMarker marker;
-        marker.image = QStringLiteral("/photos/IMG_1.jpg");
-        marker.pixel = QPoint(3, 4);
-        markers["P1"] = {marker};
-        const SurveyFileResult result = SurveyFileFlow::save(nullptr, markers, gcps, GcpCoordSysInfo::ll84());
+        markers["P1"] = {GcpMarker{QString(), QStringLiteral("/photos/IMG_1.jpg"), QPoint(3, 4), 1}};
+        const SurveyFileResult saved = SurveyFileFlow::save(nullptr, markers, sampleGcps(3), GcpCoordSysInfo::ll84());
+        QVERIFY2(saved.ok(), qPrintable(saved.error));
+        QCOMPARE(saved.path, dir.filePath("sub/survey.xml"));
+        QCOMPARE(config()->getString(kLastDirKey), dir.path());
 
-        QCOMPARE(requests.size(), 1);
+        const SurveyLoadResult back = SurveyFileFlow::load(nullptr);
+        QCOMPARE(requests.size(), 2);
         QCOMPARE(requests[0].mode, FileDialog::SaveFile);
         QCOMPARE(requests[0].filter, QStringLiteral("*.xml"));
+        QCOMPARE(requests[1].mode, FileDialog::OpenFile);
+        QCOMPARE(requests[1].filter, QStringLiteral("*.xml;;*.txt"));
         QCOMPARE(requests[0].directory, dir.path());
-        QVERIFY2(result.ok(), qPrintable(result.error));
-        QCOMPARE(result.path, dir.filePath("survey.xml"));
-
-        const SurveyLoadResult back = SurveyFileFlow::readFile(result.path);
+        QCOMPARE(requests[1].directory, dir.path());
         QVERIFY(back.ok());
         QCOMPARE(back.gcps.size(), 3);
         QCOMPARE(back.coordSys, GcpCoordSysInfo::ll84());
         QCOMPARE(back.markers.value(back.gcps[1].id).size(), 1);
-        // Saving does not move the folder later dialogs start in.
-        QCOMPARE(config()->getString(kLastDirKey), dir.path());
+        QCOMPARE(SurveyFileFlow::lastDirectory(), dir.filePath("sub"));
     }
 
     // An unwritable target is reported with its path, and the dialog seam
@@ -189,30 +188,6 @@ private slots:
         QCOMPARE(bad.status, SurveyFileResult::Failed);
         QVERIFY2(bad.error.contains("EPSG:999999"), qPrintable(bad.error));
         QVERIFY(!QFile::exists(path));
-    }
-
-    void loadRemembersFolder()
-    {
-        QTemporaryDir dir;
-        QVERIFY(QDir(dir.path()).mkdir("sub"));
-        const QString path = dir.filePath("sub/in.xml");
-        QVERIFY(SurveyFileFlow::writeFile(path, {}, sampleGcps(4), GcpCoordSysInfo::ll84(), false).ok());
-        config()->setValue(kLastDirKey, dir.path());
-
-        QList<FileDialog::Request> requests;
-        FileDialog::setHandler([&](const FileDialog::Request& r) {
-            requests << r;
-            return QStringList{path};
-        });
-        const SurveyLoadResult result = SurveyFileFlow::load(nullptr);
-        QCOMPARE(requests.size(), 1);
-        QCOMPARE(requests[0].mode, FileDialog::OpenFile);
-        QCOMPARE(requests[0].filter, QStringLiteral("*.xml;;*.txt"));
-        QCOMPARE(requests[0].directory, dir.path());
-        QVERIFY(result.ok());
-        QCOMPARE(result.gcps.size(), 4);
-        QCOMPARE(config()->getString(kLastDirKey), QFileInfo(path).absolutePath());
-        QCOMPARE(SurveyFileFlow::lastDirectory(), QFileInfo(path).absolutePath());
     }
 
     void cancelledOrMissing()
