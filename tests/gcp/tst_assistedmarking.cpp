@@ -90,15 +90,9 @@ private slots:
 private:
     void open(bool coded)
     {
-        QStringList args = {QStringLiteral("--count"), QStringLiteral("12"), QStringLiteral("--lat"),
-                            QStringLiteral("47.07"), QStringLiteral("--lon"), QStringLiteral("15.44"),
-                            QStringLiteral("--alt"), QStringLiteral("450"), QStringLiteral("--agl"),
-                            QStringLiteral("100"), QStringLiteral("--width"), QStringLiteral("1600"),
-                            QStringLiteral("--height"), QStringLiteral("1067"), QStringLiteral("--gcps"),
-                            QStringLiteral("2"), QStringLiteral("--target-size"), QStringLiteral("3")};
-        if (coded)
-            args << QStringLiteral("--coded-targets");
-        m_photos = Zyn::TestSupport::makeDronePhotos(m_dir->path(), args);
+        QStringList args = {"--count", "12", "--lat", "47.07", "--lon", "15.44", "--alt", "450", "--agl", "100",
+                            "--width", "1600", "--height", "1067", "--gcps", "2", "--target-size", "3"};
+        m_photos = Zyn::TestSupport::makeDronePhotos(m_dir->path(), coded ? args << "--coded-targets" : args);
         QCOMPARE(m_photos.size(), 12);
         m_truth = Zyn::Tools::readTargetTruth(m_dir->path());
         for (const auto& t : m_truth.points) {

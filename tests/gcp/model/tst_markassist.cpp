@@ -14,12 +14,8 @@ using namespace Zyn::AppGcp;
 using Zyn::Tools::TargetTruth;
 
 namespace {
-const QStringList kFlight = {QStringLiteral("--count"), QStringLiteral("30"), QStringLiteral("--lat"),
-                             QStringLiteral("47.07"), QStringLiteral("--lon"), QStringLiteral("15.44"),
-                             QStringLiteral("--alt"), QStringLiteral("450"), QStringLiteral("--agl"),
-                             QStringLiteral("100"), QStringLiteral("--width"), QStringLiteral("1600"),
-                             QStringLiteral("--height"), QStringLiteral("1067"), QStringLiteral("--gcps"),
-                             QStringLiteral("4"), QStringLiteral("--target-size"), QStringLiteral("3")};
+const QStringList kFlight = {"--count", "30", "--lat", "47.07", "--lon", "15.44", "--alt", "450", "--agl", "100",
+                             "--width", "1600", "--height", "1067", "--gcps", "4", "--target-size", "3"};
 
 GroundPoint groundOf(const TargetTruth& truth, const QString& name)
 {
