@@ -16,7 +16,6 @@
 #include <gcp/model/SurveyAutosave.h>
 #include <keelcore/Dispatch.h>
 #include <uibase/BaseView.h>
-#include <uibase/TaskDialog.h>
 
 #include <TestPhotos.h>
 #include <support/TestSupport.h>
@@ -29,7 +28,6 @@
 using namespace Zyn::AppGcp;
 using Zyn::AppCreate::AerialCreateViewController;
 using Zyn::AppCreate::GcpCoordSysInfo;
-using Zyn::UiBase::TaskDialog;
 
 namespace {
 GcpCoordSysInfo utm33()
@@ -66,16 +64,12 @@ private slots:
     void init()
     {
         QSettings().clear();
-        m_dialogs.clear();
-        TaskDialog::setHandler([this](const TaskDialog::Request& r) {
-            m_dialogs << r.mainText + QLatin1Char('\n') + r.secondaryText;
-            return int(TaskDialog::Ok);
-        });
+        m_dialogs.record();
     }
     void cleanup()
     {
         QVERIFY(KeelCore::waitForIdle());
-        TaskDialog::clearHandler();
+        m_dialogs.stop();
     }
 
     void commandFollowsPhotosAndPanelKeepsPoints()
@@ -117,16 +111,13 @@ private slots:
         QString folder;
         QVERIFY2(Zyn::AppCreate::ProcessingService::instance()->submitProject(request, &folder, &error),
                  qPrintable(error));
-        auto read = [&folder](const char* name) {
-            QFile f(QDir(folder).filePath(name));
-            return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray("missing");
-        };
+        auto read = [&](const char* name) { return Zyn::TestSupport::readFile(QDir(folder).filePath(name)); };
         // T2 has no marker: it is not listed.
         QCOMPARE(read("gcp_list.txt"), QByteArray("EPSG:32633\n"
                                                   "500000.000000000 5200000.000000000 350.2500 120 80 DJI_0.JPG T1\n"
                                                   "500000.000000000 5200000.000000000 350.2500 121 181 DJI_1.JPG T1\n"));
         QVERIFY(read("checkpoint_list.txt").endsWith("500050.000000000 5200050.000000000 350.2500 7 9 DJI_2.JPG CP_1\n"));
-        QVERIFY(read("gcp_survey_ll84.xml") != "missing");
+        QVERIFY(!read("gcp_survey_ll84.xml").isEmpty());
         QVERIFY(read("project.json").contains("\"checkpoints\": [\n            \"CP 1\""));
     }
 
@@ -160,10 +151,7 @@ private slots:
     {
         const QString path = m_dir.filePath(QStringLiteral("projects/.support/broken/gcp_survey.xml"));
         QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-        QFile file(path);
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("<survey><gcp name=\"A\"");
-        file.close();
+        QVERIFY(Zyn::TestSupport::writeFile(path, "<survey><gcp name=\"A\""));
         GcpEditor editor;
         editor.setFiles(m_photos);
         editor.setSupportFilePath(path);
@@ -172,14 +160,13 @@ private slots:
         const QStringList aside =
             QDir(QFileInfo(path).absolutePath()).entryList({QStringLiteral("gcp_survey.xml.damaged-*")});
         QCOMPARE(aside.size(), 1);
-        QVERIFY(m_dialogs.first().contains(aside.first()));
+        QVERIFY(m_dialogs.first().secondaryText.contains(aside.first()));
         // New work is saved again, beside the kept copy.
         editor.gcpInfoEditor()->addGcps({point(QStringLiteral("New"), 500000, 5200000)});
         editor.flushAutosave();
         QVERIFY(isReadableSurveyFile(path));
-        QFile kept(QFileInfo(path).absoluteDir().filePath(aside.first()));
-        QVERIFY(kept.open(QIODevice::ReadOnly));
-        QCOMPARE(kept.readAll(), QByteArray("<survey><gcp name=\"A\""));
+        QCOMPARE(Zyn::TestSupport::readFile(QFileInfo(path).absoluteDir().filePath(aside.first())),
+                 QByteArray("<survey><gcp name=\"A\""));
     }
 
     // A surveyor's job on a generated flight: the surveyed coordinates
@@ -190,13 +177,11 @@ private slots:
         QTemporaryDir flight;
         const QStringList photos = Zyn::TestSupport::makeTargetFlight(flight.path());
         QCOMPARE(photos.size(), 20);
-        auto read = [&](const QString& name) {
-            QFile f(QDir(flight.path()).filePath(name));
-            return f.open(QIODevice::ReadOnly) ? QString::fromUtf8(f.readAll()) : QString();
+        const auto read = [&](const QString& name) {
+            return QString::fromUtf8(Zyn::TestSupport::readFile(QDir(flight.path()).filePath(name)));
         };
         GcpEditor editor;
-        editor.resize(1400, 900);
-        editor.show();
+        QVERIFY(Zyn::TestSupport::showExposed(&editor, QSize(1400, 900)));
         editor.setFiles(photos);
         const QString code = read(QStringLiteral("gcp_truth_crs.txt")).trimmed();
         editor.gcpInfoEditor()->setCoordSys(GcpCoordSysInfo(code, code, code.mid(5), 1, QStringLiteral("WGS 84"), 0));
@@ -242,7 +227,7 @@ private slots:
 private:
     QTemporaryDir m_dir;
     QStringList m_photos;
-    QStringList m_dialogs;
+    Zyn::TestSupport::DialogRecorder m_dialogs;
 };
 
 QTEST_MAIN(GcpWorkflowTest)
