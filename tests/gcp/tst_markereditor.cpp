@@ -177,13 +177,11 @@ private slots:
 
     void openingWithoutPointSaysSo()
     {
-        QString said;
-        TaskDialog::setHandler([&](const TaskDialog::Request& r) {
-            said = r.mainText;
-            return int(TaskDialog::Ok);
-        });
+        Zyn::TestSupport::DialogRecorder said;
+        said.record();
         m_editor->openImage(m_photos.at(0));
-        QCOMPARE(said, QStringLiteral("Select or add a Ground Control Point."));
+        QCOMPARE(said.size(), 1);
+        QCOMPARE(said.first().mainText, QStringLiteral("Select or add a Ground Control Point."));
         QVERIFY(m_editor->isShowingThumbnails());
     }
 

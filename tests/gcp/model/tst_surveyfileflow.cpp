@@ -138,11 +138,8 @@ private slots:
                  qPrintable(result.error));
         QVERIFY(result.error.size() > QStringLiteral("could not write %1: ").arg(path).size());
 
-        QList<TaskDialog::Request> shown;
-        TaskDialog::setHandler([&](const TaskDialog::Request& r) {
-            shown << r;
-            return int(TaskDialog::Ok);
-        });
+        Zyn::TestSupport::DialogRecorder shown;
+        shown.record();
         SurveyFileFlow::reportSaveFailure(nullptr, result);
         QCOMPARE(shown.size(), 1);
         QCOMPARE(shown[0].kind, TaskDialog::Error);
