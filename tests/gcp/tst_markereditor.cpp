@@ -1,7 +1,6 @@
 #include <gcp/AssistBar.h>
 #include <gcp/ImagePane.h>
 #include <gcp/MarkerEditor.h>
-#include <gcp/model/PhotoFootprint.h>
 #include <gcp/model/MarkSuggester.h>
 #include <gcp/model/PhotoGeoCache.h>
 #include <make_drone_photos/TargetTruth.h>
@@ -183,50 +182,6 @@ private slots:
         QCOMPARE(said.size(), 1);
         QCOMPARE(said.first().mainText, QStringLiteral("Select or add a Ground Control Point."));
         QVERIFY(m_editor->isShowingThumbnails());
-    }
-
-    // The footprint filter on a generated flight: every photo whose ground
-    // footprint holds the point passes, and few passing photos miss it.
-    void filterFindsThePhotosShowingAPoint_data()
-    {
-        QTest::addColumn<double>("east");
-        QTest::addColumn<double>("north");
-        QTest::newRow("block centre") << 0.0 << 0.0;
-        QTest::newRow("off centre") << 37.0 << -52.0;
-        QTest::newRow("near the edge") << -110.0 << 90.0;
-    }
-    void filterFindsThePhotosShowingAPoint()
-    {
-        QFETCH(double, east);
-        QFETCH(double, north);
-        static QTemporaryDir flightDir;
-        static QStringList flight = Zyn::TestSupport::makeDronePhotos(
-            flightDir.path(), {"--count", "40", "--lat", "47.07", "--lon", "15.44", "--alt", "100"});
-        QCOMPARE(flight.size(), 40);
-        QVector<PhotoGeo> photos;
-        for (const QString& path : flight)
-            photos << readPhotoGeo(path);
-        const double lat = 47.07 + north / 110574.0;
-        const double lon = 15.44 + east / (111320.0 * std::cos(47.07 * M_PI / 180.0));
-        GroundPoint target;
-        target.longitude = lon;
-        target.latitude = lat;
-        target.hasZ = true; // the flight is 100 m above ground at sea level
-        const QStringList passing = photosNearPoint(photos, target);
-        // Truth: rows run north-south; 100 m up a photo covers 150 m across, 100 m along.
-        int showing = 0, falsePasses = 0;
-        for (const PhotoGeo& photo : photos) {
-            const double dx = (lon - photo.longitude) * 111320.0 * std::cos(lat * M_PI / 180.0);
-            const double dy = (lat - photo.latitude) * 110574.0;
-            const bool shows = std::abs(dx) <= 75.0 && std::abs(dy) <= 50.0;
-            showing += shows;
-            if (shows)
-                QVERIFY2(passing.contains(photo.path), qPrintable(photo.path));
-            else if (passing.contains(photo.path))
-                ++falsePasses;
-        }
-        QVERIFY(showing > 0);
-        QVERIFY2(falsePasses * 4 <= passing.size(), qPrintable(QStringLiteral("%1 of %2").arg(falsePasses).arg(passing.size())));
     }
 
     void filterPassingNothingCountsAll()

@@ -1,5 +1,6 @@
 #include <gcp/model/CodedTargets.h>
 #include <gcp/model/MarkSuggester.h>
+#include <gcp/model/PhotoFootprint.h>
 #include <gis/Gis.h>
 #include <keelcore/Dispatch.h>
 #include <make_drone_photos/TargetTruth.h>
@@ -66,6 +67,25 @@ private slots:
         }
         QVERIFY(shown > 20);
         QVERIFY2(inside >= 0.95 * shown, qPrintable(QStringLiteral("%1 of %2").arg(inside).arg(shown)));
+    }
+
+    // The footprint filter: every photo that shows a target passes, and
+    // few passing photos miss it.
+    void filterFindsThePhotosShowingAPoint()
+    {
+        int passes = 0, falsePasses = 0;
+        for (const auto& point : m_truth.points) {
+            const QHash<QString, QPointF> truth = m_truth.pixelsOf(point.name);
+            QStringList passing;
+            for (const QString& path : photosNearPoint(m_cache.values(m_photos), groundOf(m_truth, point.name)))
+                passing << QFileInfo(path).fileName();
+            for (const QString& file : truth.keys())
+                QVERIFY2(passing.contains(file), qPrintable(point.name + ' ' + file));
+            passes += passing.size();
+            for (const QString& file : passing)
+                falsePasses += truth.contains(file) ? 0 : 1;
+        }
+        QVERIFY2(falsePasses * 3 <= passes, qPrintable(QStringLiteral("%1 of %2").arg(falsePasses).arg(passes)));
     }
 
     // After one mark (the surveyor's click on the true pixel of the first
