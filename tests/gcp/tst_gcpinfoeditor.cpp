@@ -27,21 +27,20 @@ GcpCoordSysInfo utm32()
                            QStringLiteral("32632"), 1, QStringLiteral("WGS 84"), 0);
 }
 
-// Texts of the actions of the context menu the table opens at pos.
-QList<QAction*> contextMenuAt(QTableWidget* table, const QPoint& pos, QStringList* texts)
+// The context menu the table opens at pos, as its actions' texts; "(off)"
+// marks a disabled one.
+QStringList contextMenuAt(QTableWidget* table, const QPoint& pos)
 {
-    QList<QAction*> actions;
+    QStringList texts;
     QTimer::singleShot(0, [&] {
         if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
-            for (QAction* action : menu->actions()) {
-                *texts << action->text();
-                actions << action;
-            }
+            for (QAction* action : menu->actions())
+                texts << action->text() + (action->isEnabled() ? "" : " (off)");
             menu->close();
         }
     });
     emit table->customContextMenuRequested(pos);
-    return actions;
+    return texts;
 }
 } // namespace
 
@@ -162,17 +161,10 @@ private slots:
     void contextMenuOffersWhatFits()
     {
         m_editor->setSurvey({point("GCP1", 500000, 5200000), point("Far", 9e7, 9e7)}, {}, utm32());
-        QStringList texts;
-        const QPoint below(10, m_table->viewport()->height() - 5);
-        contextMenuAt(m_table, below, &texts);
-        QCOMPARE(texts, QStringList{QStringLiteral("Paste")});
-        texts.clear();
-        QList<QAction*> actions = contextMenuAt(m_table, m_table->visualItemRect(m_table->item(1, 0)).center(), &texts);
-        QCOMPARE(texts, QStringList{QStringLiteral("Navigate to")});
-        QVERIFY(!actions.first()->isEnabled());
-        texts.clear();
-        actions = contextMenuAt(m_table, m_table->visualItemRect(m_table->item(0, 0)).center(), &texts);
-        QVERIFY(actions.first()->isEnabled());
+        const auto cell = [this](int row) { return m_table->visualItemRect(m_table->item(row, 0)).center(); };
+        QCOMPARE(contextMenuAt(m_table, QPoint(10, m_table->viewport()->height() - 5)), QStringList{"Paste"});
+        QCOMPARE(contextMenuAt(m_table, cell(1)), QStringList{"Navigate to (off)"});
+        QCOMPARE(contextMenuAt(m_table, cell(0)), QStringList{"Navigate to"});
     }
 
     void addAndDeleteKeepNamesUnique()
