@@ -93,7 +93,6 @@ private slots:
     void oneMarkFindsTheOthers()
     {
         int shown = 0, found = 0, close = 0, wrong = 0, notShown = 0;
-        MarkerMap markers;
         for (const auto& point : m_truth.points) {
             const QHash<QString, QPointF> truth = m_truth.pixelsOf(point.name);
             QString first;
@@ -102,9 +101,7 @@ private slots:
                     first = path;
             QVERIFY(!first.isEmpty());
             const QPointF t = truth.value(QFileInfo(first).fileName());
-            GcpMarker mark;
-            mark.image = first;
-            mark.pixel = QPoint(int(std::floor(t.x())), int(std::floor(t.y())));
+            const GcpMarker mark{QString(), first, QPoint(int(std::floor(t.x())), int(std::floor(t.y()))), 1};
             MarkSuggester suggester;
             suggester.setGeoCache(&m_cache);
             suggester.setPhotos(m_photos);
@@ -133,7 +130,6 @@ private slots:
                     close += error <= 1.5 ? 1 : 0;
                 }
             }
-            markers[point.name] << mark;
         }
         const QString figures = QStringLiteral("found %1 of %2, %3 within 1.5 px, %4 wrong of %5")
                                     .arg(found).arg(shown).arg(close).arg(wrong).arg(notShown);
@@ -300,14 +296,11 @@ private slots:
             photos = Zyn::TestSupport::makeDronePhotos(dir.path(), args).mid(0, 8);
         }
         const QPointF t = truth.value(QFileInfo(photos.first()).fileName());
-        GcpMarker mark;
-        mark.image = photos.first();
-        mark.pixel = QPoint(int(t.x()), int(t.y()));
+        const GcpMarker mark{QString(), photos.first(), QPoint(int(t.x()), int(t.y())), 1};
         MarkSuggester suggester;
         suggester.setGeoCache(&cache);
         suggester.setPhotos(photos);
         QSignalSpy progress(&suggester, &MarkSuggester::progress);
-        QSignalSpy predicted(&suggester, &MarkSuggester::predictionsChanged);
         suggester.setPoint(point, fault == 1 ? GroundPoint() : groundOf(m_truth, point), fault != 1, {mark});
         // Without a position nothing is searched; else a search runs and ends.
         QTRY_VERIFY_WITH_TIMEOUT(fault == 1 || (!progress.isEmpty() && !suggester.isBusy()), 20000);
