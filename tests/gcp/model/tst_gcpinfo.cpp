@@ -11,7 +11,6 @@ using namespace Zyn::AppGcp;
 using Zyn::AppCreate::GcpCoordSysInfo;
 
 namespace {
-const QString kPhoto = QStringLiteral("/flight/IMG_1.jpg");
 
 // Three control points 100 m apart, each marked on three photos taken right
 // above them; the case then changes one thing.
@@ -45,7 +44,6 @@ GcpStatusInput baseSurvey(bool geographic)
             in.photoGeo.insert(photo, geo);
         }
     }
-    in.photoSizes.insert(kPhoto, QSize(600, 400));
     return in;
 }
 } // namespace
