@@ -1,6 +1,7 @@
 // The GCP editor as a surveyor meets it: opened from the create view,
 // points kept between visits and across sessions, a damaged save kept
-// aside, and the points carried into the project at Start.
+// aside, and the points carried into the project at Start; then the
+// table of points on its own.
 
 #include <create/AerialCreateViewController.h>
 
@@ -21,13 +22,14 @@
 #include <support/TestSupport.h>
 
 #include <QtTest>
-#include <QtGui>
+#include <QtWidgets>
 
 #include <cmath>
 
 using namespace Zyn::AppGcp;
 using Zyn::AppCreate::AerialCreateViewController;
 using Zyn::AppCreate::GcpCoordSysInfo;
+using Zyn::TestSupport::sendMouse;
 
 namespace {
 GcpCoordSysInfo utm33()
@@ -45,6 +47,22 @@ GcpInfo point(const QString& name, double x, double y, bool checkpoint = false)
     gcp.coord3 = 350.25;
     gcp.checkpoint = checkpoint;
     return gcp;
+}
+
+// The context menu the table opens at pos, as its actions' texts; "(off)"
+// marks a disabled one.
+QStringList contextMenuAt(QTableWidget* table, const QPoint& pos)
+{
+    QStringList texts;
+    QTimer::singleShot(0, [&] {
+        if (auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget())) {
+            for (QAction* action : menu->actions())
+                texts << action->text() + (action->isEnabled() ? "" : " (off)");
+            menu->close();
+        }
+    });
+    emit table->customContextMenuRequested(pos);
+    return texts;
 }
 } // namespace
 
@@ -65,6 +83,11 @@ private slots:
     {
         QSettings().clear();
         m_dialogs.record();
+        m_info.reset(new GcpInfoEditor);
+        QVERIFY(Zyn::TestSupport::showExposed(m_info.data(), QSize(1280, 760)));
+        m_info->setSurvey({point("GCP1", 500000, 5200000), point("GCP2", 500100, 5200100)}, {}, utm33());
+        m_table = m_info->findChild<QTableWidget*>(QStringLiteral("gcp_names_tableWidget"));
+        QVERIFY(m_table);
     }
     void cleanup()
     {
@@ -224,10 +247,145 @@ private slots:
         }
     }
 
+    // The table of points on its own.
+    void caseOnlyRenameIsRefused()
+    {
+        QSignalSpy renamed(m_info.data(), &GcpInfoEditor::gcpNameChanged);
+        m_table->item(0, 0)->setText(QStringLiteral("gcp1"));
+        QCOMPARE(m_table->item(0, 0)->text(), QStringLiteral("GCP1"));
+        m_table->item(0, 0)->setText(QStringLiteral("GCP2")); // another row's name
+        QCOMPARE(m_table->item(0, 0)->text(), QStringLiteral("GCP1"));
+        QCOMPARE(renamed.count(), 0);
+        m_table->item(0, 0)->setText(QStringLiteral("Tower"));
+        QCOMPARE(renamed.count(), 1);
+        QCOMPARE(renamed.at(0).at(0).toString(), QStringLiteral("GCP1"));
+        QVERIFY(m_info->gcps().contains(QStringLiteral("Tower")));
+        QVERIFY(!m_info->gcps().contains(QStringLiteral("GCP1")));
+    }
+
+    void dragSwapsOnlyXAndYOfOneRow_data()
+    {
+        QTest::addColumn<int>("targetRow");
+        QTest::addColumn<int>("targetColumn");
+        QTest::addColumn<bool>("swapped");
+        QTest::newRow("onto Y of the same row") << 0 << 2 << true;
+        QTest::newRow("onto Z") << 0 << 3 << false;
+        QTest::newRow("onto Y of another row") << 1 << 2 << false;
+    }
+    void dragSwapsOnlyXAndYOfOneRow()
+    {
+        QFETCH(int, targetRow);
+        QFETCH(int, targetColumn);
+        QFETCH(bool, swapped);
+        QWidget* viewport = m_table->viewport();
+        const QPoint from = m_table->visualItemRect(m_table->item(0, 1)).center();
+        const QPoint to = m_table->visualItemRect(m_table->item(targetRow, targetColumn)).center();
+        QSignalSpy coords(m_info.data(), &GcpInfoEditor::gcpCoordsChanged);
+        sendMouse(viewport, QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
+        sendMouse(viewport, QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton);
+        QCOMPARE(viewport->cursor().shape(), Qt::BitmapCursor);
+        const QImage shown = viewport->cursor().pixmap().toImage();
+        const QImage noSwap = QPixmap(QStringLiteral(":/resources/images/cursors/cursor_noswap.png")).toImage();
+        QCOMPARE(shown == noSwap, !swapped);
+        sendMouse(viewport, QEvent::MouseButtonRelease, to, Qt::LeftButton, Qt::NoButton);
+        const GcpInfo gcp = m_info->gcps().value(QStringLiteral("GCP1"));
+        QCOMPARE(gcp.coord1, swapped ? 5200000.0 : 500000.0);
+        QCOMPARE(gcp.coord2, swapped ? 500000.0 : 5200000.0);
+        QCOMPARE(coords.count(), swapped ? 2 : 0);
+    }
+
+    void worstStatusDecidesTheIcon()
+    {
+        m_info->setStatus({{QStringLiteral("GCP1"), {1, 3}}, {QStringLiteral("GCP2"), {}}});
+        const QStringList lines = m_table->item(0, 5)->toolTip().split('\n');
+        QCOMPARE(lines.size(), 2);
+        QVERIFY(lines.at(0).startsWith(QString(QChar(0x2666)) + ' '));
+        QVERIFY(lines.at(0).contains(QStringLiteral("outside the area")));
+        QVERIFY(lines.at(1).contains(QStringLiteral("fewer than 3 photos")));
+        const QImage error = QIcon(QStringLiteral(":/resources/images/gcp_status_error.png")).pixmap(16).toImage();
+        QCOMPARE(m_table->item(0, 5)->icon().pixmap(16).toImage(), error);
+        QVERIFY(m_table->item(1, 5)->toolTip().startsWith(QStringLiteral("Ready")));
+    }
+
+    void headersFollowTheUnit_data()
+    {
+        QTest::addColumn<QString>("code");
+        QTest::addColumn<int>("unit");
+        QTest::addColumn<QString>("xHeader");
+        QTest::addColumn<QString>("coordsTemplate");
+        QTest::newRow("feet") << "EPSG:2222" << 4 << "X\n(Foot)" << "X: %1 (ft), Y: %2 (ft), Z: %3 (ft)";
+        QTest::newRow("geographic") << "EPSG:4326" << 1001 << "Longitude\n(Degree)"
+                                    << QStringLiteral("Long: %1 (\u00B0), Lat: %2 (\u00B0), Alt: %3 (m)");
+    }
+    void headersFollowTheUnit()
+    {
+        QFETCH(QString, code);
+        QFETCH(int, unit);
+        QFETCH(QString, xHeader);
+        QFETCH(QString, coordsTemplate);
+        QSignalSpy typeChanged(m_info.data(), &GcpInfoEditor::gcpCoordsTypeChanged);
+        m_info->setCoordSys(GcpCoordSysInfo(code, code, code.mid(5), unit, QString(), unit == 1001 ? 2 : 0));
+        QCOMPARE(m_table->horizontalHeaderItem(1)->text(), xHeader);
+        QCOMPARE(m_info->coordsTemplate(), coordsTemplate);
+        QCOMPARE(typeChanged.count(), 1);
+    }
+
+    void hintCountsMarkersUpToFour_data()
+    {
+        QTest::addColumn<int>("markers");
+        QTest::addColumn<QString>("hint");
+        QTest::newRow("none") << 0 << "Select an image\nto place a GCP";
+        QTest::newRow("two") << 2 << "Place GCPs on\nat least 2more images";
+        QTest::newRow("four") << 4 << "Place GCPs on\nmore images";
+    }
+    void hintCountsMarkersUpToFour()
+    {
+        QFETCH(int, markers);
+        QFETCH(QString, hint);
+        for (int i = 0; i < markers; ++i)
+            m_info->markers()[QStringLiteral("GCP1")] << GcpMarker{QString(), QStringLiteral("/p/%1.jpg").arg(i), {10, 10}, 1};
+        m_info->selectGcp(QStringLiteral("GCP1"));
+        bool noMarker = false;
+        QCOMPARE(m_info->placementHint(&noMarker), hint);
+        QCOMPARE(noMarker, markers == 0);
+    }
+
+    void contextMenuOffersWhatFits()
+    {
+        m_info->setSurvey({point("GCP1", 500000, 5200000), point("Far", 9e7, 9e7)}, {}, utm33());
+        const auto cell = [this](int row) { return m_table->visualItemRect(m_table->item(row, 0)).center(); };
+        QCOMPARE(contextMenuAt(m_table, QPoint(10, m_table->viewport()->height() - 5)), QStringList{"Paste"});
+        QCOMPARE(contextMenuAt(m_table, cell(1)), QStringList{"Navigate to (off)"});
+        QCOMPARE(contextMenuAt(m_table, cell(0)), QStringList{"Navigate to"});
+    }
+
+    void addAndDeleteKeepNamesUnique()
+    {
+        QSignalSpy added(m_info.data(), &GcpInfoEditor::gcpInfoAdded);
+        QSignalSpy deleted(m_info.data(), &GcpInfoEditor::gcpInfoDeleted);
+        QTest::mouseClick(m_info->findChild<QWidget*>(QStringLiteral("add_gcp_button")), Qt::LeftButton);
+        QCOMPARE(added.takeFirst().at(0).toString(), QStringLiteral("GCP3"));
+        m_table->selectRow(0);
+        QTest::mouseClick(m_info->findChild<QWidget*>(QStringLiteral("del_gcp_button")), Qt::LeftButton);
+        QCOMPARE(deleted.takeFirst().at(0).toString(), QStringLiteral("GCP1"));
+        QTest::mouseClick(m_info->findChild<QWidget*>(QStringLiteral("add_gcp_button")), Qt::LeftButton);
+        QCOMPARE(added.takeFirst().at(0).toString(), QStringLiteral("GCP1"));
+        QCOMPARE(m_table->rowCount(), 3);
+    }
+
+    void nonNumericCoordinateReadsAsZero()
+    {
+        m_table->item(0, 3)->setText(QStringLiteral("abc"));
+        QCOMPARE(m_info->gcps().value(QStringLiteral("GCP1")).coord3, 0.0);
+        QCOMPARE(m_table->rowCount(), 2);
+    }
+
 private:
     QTemporaryDir m_dir;
     QStringList m_photos;
     Zyn::TestSupport::DialogRecorder m_dialogs;
+    QScopedPointer<GcpInfoEditor> m_info;
+    QTableWidget* m_table = nullptr;
 };
 
 QTEST_MAIN(GcpWorkflowTest)
