@@ -42,13 +42,6 @@ GcpCoordSysInfo utm33()
                            QStringLiteral("32633"), 1, QStringLiteral("WGS 84"), 0);
 }
 
-GcpInfo point(const QString& name)
-{
-    GcpInfo gcp;
-    gcp.name = name;
-    return gcp;
-}
-
 GcpInfo point(const QString& name, double x, double y, bool checkpoint = false)
 {
     GcpInfo gcp;
@@ -101,8 +94,8 @@ private slots:
         QVERIFY(m_table);
         m_markers.clear();
         m_gcps.clear();
-        m_gcps.insert(QStringLiteral("A"), point(QStringLiteral("A")));
-        m_gcps.insert(QStringLiteral("B"), point(QStringLiteral("B")));
+        m_gcps.insert(QStringLiteral("A"), point(QStringLiteral("A"), 0, 0));
+        m_gcps.insert(QStringLiteral("B"), point(QStringLiteral("B"), 0, 0));
         m_marking.reset(new MarkerEditor);
         m_marking->setMarkerMap(&m_markers);
         m_marking->setGcpMap(&m_gcps);
@@ -515,7 +508,7 @@ private slots:
         QFETCH(QString, name);
         QFETCH(int, markers);
         QFETCH(QString, text);
-        m_gcps.insert(name, point(name));
+        m_gcps.insert(name, point(name, 0, 0));
         for (int i = 0; i < markers; ++i)
             m_markers[name] << GcpMarker{QString(), m_photos.at(i), QPoint(5, 5), 1};
         m_marking->setSelectedGcp(name);
@@ -619,9 +612,7 @@ private:
         m_truth = Zyn::Tools::readTargetTruth(m_flightDir->path());
         m_gcps.clear();
         for (const auto& t : m_truth.points) {
-            GcpInfo gcp = point(t.name);
-            gcp.coord1 = t.x;
-            gcp.coord2 = t.y;
+            GcpInfo gcp = point(t.name, t.x, t.y);
             gcp.coord3 = t.z;
             m_gcps.insert(t.name, gcp);
         }
