@@ -14,7 +14,6 @@ using Zyn::UiBase::TaskDialog;
 
 Q_DECLARE_METATYPE(Zyn::AppGcp::ColumnRole)
 Q_DECLARE_METATYPE(QList<Zyn::AppGcp::ColumnRole>)
-Q_DECLARE_METATYPE(QList<int>)
 
 namespace {
 
@@ -41,12 +40,6 @@ QString describe(const GcpInfo& g)
         .arg(g.checkpoint ? "cp" : "-");
 }
 
-struct Shown {
-    int kind;
-    QString main;
-    QString detail;
-    int buttons;
-};
 QStringList names(const GcpList& gcps)
 {
     QStringList out;
@@ -70,17 +63,7 @@ class TestGcpCopyFormatter : public QObject {
     Q_OBJECT
 
     QByteArray m_shippedData;
-    QList<Shown> m_shown;
-    QList<int> m_answers; // given in turn; Ok once they run out
-
-    void answerWith(const QList<int>& answers)
-    {
-        m_answers = answers;
-        TaskDialog::setHandler([this](const TaskDialog::Request& r) {
-            m_shown << Shown{r.kind, r.mainText, r.secondaryText, r.buttonSet};
-            return m_answers.isEmpty() ? int(TaskDialog::Ok) : m_answers.takeFirst();
-        });
-    }
+    Zyn::TestSupport::DialogRecorder m_shown;
 
 private slots:
     void initTestCase()
@@ -93,7 +76,6 @@ private slots:
 
     void init()
     {
-        m_shown.clear();
         qputenv("ZYN_LIST_SEPARATOR", ",");
         qputenv("ZYN_DATA_PATH", m_shippedData);
         QLocale::setDefault(QLocale::c());
@@ -441,7 +423,7 @@ private slots:
     void questions_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<QList<int>>("answers");
+        QTest::addColumn<int>("answer"); // to every question
         QTest::addColumn<QStringList>("asked"); // question or error: main text | detail
         QTest::addColumn<QStringList>("pasted");
         const QStringList none;
@@ -450,31 +432,28 @@ private slots:
         const QString skipInvalid = "Rows containing invalid data will be skipped. Continue?|";
         const QString noHeader = "No header is found in the copied text.|The GCP data will be pasted as is. Continue "
                                  "pasting anyway?";
-        QTest::newRow("clean text asks nothing") << "Name\tX\tY\tZ\nA\t1\t2\t3\nB\t4\t5\t6" << QList<int>{}
+        QTest::newRow("clean text asks nothing") << "Name\tX\tY\tZ\nA\t1\t2\t3\nB\t4\t5\t6" << int(TaskDialog::Ok)
                                                  << QStringList{} << QStringList{"A", "B"};
-        QTest::newRow("invalid rows: no") << invalid << QList<int>{TaskDialog::No} << QStringList{skipInvalid}
-                                          << QStringList{};
-        QTest::newRow("invalid rows: yes") << invalid << QList<int>{TaskDialog::Yes} << QStringList{skipInvalid}
+        QTest::newRow("invalid rows: no") << invalid << int(TaskDialog::No) << QStringList{skipInvalid} << none;
+        QTest::newRow("invalid rows: yes") << invalid << int(TaskDialog::Yes) << QStringList{skipInvalid}
                                            << QStringList{"GCP1"};
-        QTest::newRow("no header, then short rows") << headerless << QList<int>{TaskDialog::Yes, TaskDialog::Yes}
+        QTest::newRow("no header, then short rows") << headerless << int(TaskDialog::Yes)
             << QStringList{noHeader, "Rows without valid coordinates will be skipped. Continue?|"}
             << QStringList{"A", "C"};
-        QTest::newRow("no header: no") << headerless << QList<int>{TaskDialog::No} << QStringList{noHeader}
-                                       << QStringList{};
-        QTest::newRow("no header: closed") << headerless << QList<int>{TaskDialog::Rejected} << QStringList{noHeader}
-                                           << QStringList{};
+        QTest::newRow("no header: no") << headerless << int(TaskDialog::No) << QStringList{noHeader} << none;
+        QTest::newRow("no header: closed") << headerless << int(TaskDialog::Rejected) << QStringList{noHeader} << none;
         const QString advice = "Please make sure all row data are tab-separated or comma-separated.";
-        QTest::newRow("no data") << "\n \n" << QList<int>{}
+        QTest::newRow("no data") << "\n \n" << int(TaskDialog::Ok)
                                  << QStringList{"error: No GCP data have been found in the copied text. |"} << none;
-        QTest::newRow("cannot parse") << "A;1;2;3" << QList<int>{}
+        QTest::newRow("cannot parse") << "A;1;2;3" << int(TaskDialog::Ok)
                                       << QStringList{"error: The copied text cannot be parsed correctly.|" + advice}
                                       << none;
-        QTest::newRow("no coordinate columns") << "a\tb\nc\td" << QList<int>{}
+        QTest::newRow("no coordinate columns") << "a\tb\nc\td" << int(TaskDialog::Ok)
             << QStringList{"error: No coordinate columns were found in the copied text.|The first line names the "
                            "columns a, b, none of them X/Y/Z, Easting/Northing/Elevation or Longitude/Latitude/"
                            "Altitude, and no two neighbouring columns hold numbers to read as coordinates. " + advice}
             << none;
-        QTest::newRow("not points") << "Name\tPixel X\tPixel Y\nA\t1\t2" << QList<int>{}
+        QTest::newRow("not points") << "Name\tPixel X\tPixel Y\nA\t1\t2" << int(TaskDialog::Ok)
             << QStringList{"error: The copied text holds no survey points.|This text looks like pixel positions in "
                            "photos (Pixel X, Pixel Y), not survey points: no X/Y/Z or Easting/Northing/Elevation "
                            "columns were found."}
@@ -484,16 +463,16 @@ private slots:
     void questions()
     {
         QFETCH(QString, text);
-        QFETCH(QList<int>, answers);
+        QFETCH(int, answer);
         QFETCH(QStringList, asked);
         QFETCH(QStringList, pasted);
-        answerWith(answers);
+        m_shown.record(answer);
         const PasteOutcome out = GcpPasteFlow::paste(text, {}, {}, nullptr);
         QStringList shown;
-        for (const Shown& s : qAsConst(m_shown)) {
+        for (const TaskDialog::Request& s : qAsConst(m_shown)) {
             const bool error = s.kind == TaskDialog::Error;
-            shown << (error ? "error: " : "") + s.main + '|' + s.detail;
-            QCOMPARE(s.buttons, int(error ? TaskDialog::OkButton : TaskDialog::YesNoButtons));
+            shown << (error ? "error: " : "") + s.mainText + '|' + s.secondaryText;
+            QCOMPARE(int(s.buttonSet), int(error ? TaskDialog::OkButton : TaskDialog::YesNoButtons));
             QVERIFY(error || s.kind == TaskDialog::Warning);
         }
         QCOMPARE(shown, asked);
@@ -503,21 +482,21 @@ private slots:
 
     void existingNamesAreSkipped()
     {
-        answerWith({});
+        m_shown.record();
         const PasteOutcome out = GcpPasteFlow::paste("Name\tX\tY\tZ\nA\t1\t2\t3\nb\t4\t5\t6\nC\t7\t8\t9\nc \t0\t0\t0",
                                                      {}, {"a", "B"}, nullptr);
         QCOMPARE(names(out.gcps), QStringList{"C"});
         QCOMPARE(out.skippedExisting, 3);
         QCOMPARE(m_shown.size(), 1);
-        QCOMPARE(m_shown[0].main, QStringLiteral("Some points were not pasted, as their names were taken."));
-        QCOMPARE(m_shown[0].detail, QStringLiteral("A, b: already in the table\n"
+        QCOMPARE(m_shown[0].mainText, QStringLiteral("Some points were not pasted, as their names were taken."));
+        QCOMPARE(m_shown[0].secondaryText, QStringLiteral("A, b: already in the table\n"
                                                    "c: more than once in the pasted text (the first is kept)"));
         QCOMPARE(pasteGcps("Name\tX\tY\tZ\nD\t1\t2\t3", {}, {"a"}, nullptr).size(), 1);
     }
 
     void generatedNamesAvoidTheTable()
     {
-        answerWith({TaskDialog::Yes});
+        m_shown.record(TaskDialog::Yes);
         const PasteOutcome out = GcpPasteFlow::paste("1\t2\t3\n4\t5\t6", {}, {"GCP1"}, nullptr);
         QCOMPARE(names(out.gcps), (QStringList{"GCP2", "GCP3"}));
         QCOMPARE(out.skippedExisting, 0);
