@@ -1075,13 +1075,8 @@ private slots:
     {
         const QStringList names{"\"", "'x'", "\"a\"b'", "a,\"b';c", "\"\"'\"\"\"", " ", "5.10\"", "it's"};
         GcpList gcps;
-        for (int i = 0; i < names.size(); ++i) {
-            GcpInfo g;
-            g.name = names.at(i);
-            g.coord1 = 1000.5 + i;
-            g.coord3 = g.coord2 = i;
-            gcps << g;
-        }
+        for (int i = 0; i < names.size(); ++i)
+            gcps << makeGcp(names.at(i), 1000.5 + i, i, i);
         for (const char* separator : {",", ";"}) {
             qputenv("ZYN_LIST_SEPARATOR", separator);
             GcpCopyFormatter formatter(GcpCopyFormatter::format(gcps, {}, {"Name", "X", "Y", "Z", "Checkpoint"}));
@@ -1097,13 +1092,7 @@ private slots:
     // Exact text: the round trip compares doubles only to 1e-12.
     void formatText()
     {
-        GcpInfo g;
-        g.name = QStringLiteral("P1");
-        g.coord1 = 0.1;
-        g.coord2 = 2;
-        g.coord3 = -3.5;
-        g.checkpoint = true;
-        QCOMPARE(GcpCopyFormatter::format({g}, {}, {"GCP Name", "X", "Y", "Z", "Checkpoint"}),
+        QCOMPARE(GcpCopyFormatter::format({makeGcp("P1", 0.1, 2, -3.5, true)}, {}, {"GCP Name", "X", "Y", "Z", "Checkpoint"}),
                  QStringLiteral("GCP Name\tX\tY\tZ\tCheckpoint\nP1\t0.10000000000000001\t2\t-3.5\ttrue\n"));
     }
 
