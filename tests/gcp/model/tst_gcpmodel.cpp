@@ -293,6 +293,9 @@ private slots:
         QCOMPARE(shown[0].kind, TaskDialog::Error);
         QCOMPARE(shown[0].secondaryText, result.error);
         // A successful or cancelled result shows nothing.
+        SurveyFileResult done;
+        done.status = SurveyFileResult::Done;
+        SurveyFileFlow::reportSaveFailure(nullptr, done);
         SurveyFileFlow::reportSaveFailure(nullptr, SurveyFileResult{});
         QCOMPARE(shown.size(), 1);
     }
