@@ -233,7 +233,7 @@ void GcpWalk::acceptWithKeys()
         openPhoto(other, [this] {
             QTimer::singleShot(600, this, [this] {
                 m_save(m_window->grab(), QStringLiteral("05b-suggestion-on-photo.png"));
-                pressEnterWhileSuggested(40);
+                pressEnterWhileSuggested(120);
             });
         });
     });
@@ -241,6 +241,12 @@ void GcpWalk::acceptWithKeys()
 
 void GcpWalk::pressEnterWhileSuggested(int left)
 {
+    // Each accepted mark starts the search again; its suggestions come back
+    // when it ends, so a running search is waited for, not taken as the end.
+    if (left > 0 && assistStatus().startsWith(QLatin1String("Searching"))) {
+        QTimer::singleShot(250, this, [this, left] { pressEnterWhileSuggested(left - 1); });
+        return;
+    }
     if (left <= 0 || !assistStatus().contains(QLatin1String("wait"))) {
         pressKey(Qt::Key_Escape);
         QTimer::singleShot(300, this, [this] { placeNext(); });
