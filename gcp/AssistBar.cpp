@@ -104,7 +104,12 @@ void AssistBar::update()
     const int waiting = m_suggester && !m_point.isEmpty() ? m_suggester->suggestedPhotos(m_point).size() : 0;
     const int above = m_suggester && !m_point.isEmpty() ? m_suggester->countAbove(m_point, m_score->value()) : 0;
     QString text;
-    if (m_total > 0)
+    // The suggestions found so far stay usable while a search runs again.
+    if (m_total > 0 && waiting == 1)
+        text = tr("Searching the photos: %1 of %2 · 1 suggestion waits").arg(m_done).arg(m_total);
+    else if (m_total > 0 && waiting > 1)
+        text = tr("Searching the photos: %1 of %2 · %3 suggestions wait").arg(m_done).arg(m_total).arg(waiting);
+    else if (m_total > 0)
         text = tr("Searching the photos: %1 of %2").arg(m_done).arg(m_total);
     else if (waiting > 0 && m_compact)
         text = waiting == 1 ? tr("1 suggestion waits: Enter accepts, Delete rejects")
