@@ -34,33 +34,6 @@ private slots:
     void init() { TaskDialog::clearHandler(); }
     void cleanup() { TaskDialog::clearHandler(); }
 
-    void handlerReceivesTheRequestAndAnswers()
-    {
-        QWidget parent;
-        QList<TaskDialog::Request> requests;
-        TaskDialog::setHandler([&requests](const TaskDialog::Request& request) {
-            requests << request;
-            return int(TaskDialog::IconButtonResult);
-        });
-        QCOMPARE(TaskDialog::showWarningMessage(&parent, "No GPS", "The output will not be geolocated.",
-                                                TaskDialog::IconButtonsOnly, {{QString(), "Continue"}}),
-                 int(TaskDialog::IconButtonResult));
-        QCOMPARE(requests.size(), 1);
-        const TaskDialog::Request& r = requests.first();
-        QCOMPARE(r.kind, TaskDialog::Warning);
-        QCOMPARE(r.secondaryText, QStringLiteral("The output will not be geolocated."));
-        QCOMPARE(r.iconButtons.first().label, QStringLiteral("Continue"));
-        QCOMPARE(r.parent.data(), &parent);
-
-        TaskDialog::setHandler([](const TaskDialog::Request& request) {
-            return request.kind == TaskDialog::Error ? int(TaskDialog::No) : int(TaskDialog::Rejected);
-        });
-        QCOMPARE(TaskDialog::showErrorMessage(nullptr, "Bad name"), int(TaskDialog::No));
-        // No dialog was ever created.
-        QVERIFY(qApp->findChildren<QDialog*>().isEmpty());
-        QVERIFY(parent.findChildren<QDialog*>().isEmpty());
-    }
-
     void realDialogShowsTheRequestAndAnswersTheClickedIconButton()
     {
         QWidget parent;
