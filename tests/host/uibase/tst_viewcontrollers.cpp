@@ -27,7 +27,6 @@ public:
     void viewDidAppear() override { add("didAppear"); }
     void viewWillDisappear() override { add("willDisappear"); }
     void viewDidDisappear() override { add("didDisappear"); }
-    using BaseViewController::setViewDidLoadDeferred;
 
 private:
     void add(const char* event) { m_log->append(m_name + ':' + event); }
@@ -69,11 +68,6 @@ private slots:
         delete view;
         QVERIFY(!vc.getQtWidget());
         QCOMPARE(m_log.count("a:didLoad"), 1);
-
-        LoggingVC deferred("d", &m_log);
-        deferred.setViewDidLoadDeferred(true);
-        QVERIFY(deferred.getView());
-        QVERIFY(!m_log.contains("d:didLoad"));
     }
 
     void presentFillsPresenterAndFollowsItsSize()

@@ -5,10 +5,7 @@
 #include <QFile>
 #include <QPainter>
 
-#include <libexif/exif-data.h>
-
-#include <cstdlib>
-#include <cstring>
+#include <make_drone_photos/ExifWriter.h>
 
 namespace TestPhotos {
 
@@ -34,71 +31,24 @@ QImage makePicture(const QSize& size, int seed, const QColor& tint)
     return image;
 }
 
-namespace {
-
-QByteArray encodeJpeg(const QImage& image, int quality)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    if (!image.save(&buffer, "JPEG", quality))
-        return QByteArray();
-    return bytes;
-}
-
-// The EXIF block (starting "Exif\0\0") carrying thumbnailJpeg in IFD 1.
-QByteArray exifBlockWithThumbnail(const QByteArray& thumbnailJpeg)
-{
-    ExifData* data = exif_data_new();
-    if (!data)
-        return QByteArray();
-    exif_data_set_byte_order(data, EXIF_BYTE_ORDER_INTEL);
-    exif_data_set_data_type(data, EXIF_DATA_TYPE_COMPRESSED);
-    // An IFD 0 entry, as every camera writes one.
-    ExifEntry* entry = exif_entry_new();
-    exif_content_add_entry(data->ifd[EXIF_IFD_0], entry);
-    exif_entry_initialize(entry, EXIF_TAG_X_RESOLUTION);
-    exif_entry_unref(entry);
-
-    // libexif frees data->data with free().
-    data->data = static_cast<unsigned char*>(std::malloc(size_t(thumbnailJpeg.size())));
-    std::memcpy(data->data, thumbnailJpeg.constData(), size_t(thumbnailJpeg.size()));
-    data->size = static_cast<unsigned int>(thumbnailJpeg.size());
-
-    unsigned char* out = nullptr;
-    unsigned int length = 0;
-    exif_data_save_data(data, &out, &length);
-    QByteArray block;
-    if (out && length > 0)
-        block = QByteArray(reinterpret_cast<const char*>(out), int(length));
-    std::free(out);
-    exif_data_unref(data);
-    return block;
-}
-
-} // namespace
-
 bool writeJpeg(const QString& path, const QImage& image, const QImage& thumbnail, int quality)
 {
-    QByteArray jpeg = encodeJpeg(image, quality);
-    if (jpeg.size() < 4)
+    QByteArray jpeg;
+    QBuffer buffer(&jpeg);
+    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "JPEG", quality))
         return false;
     if (!thumbnail.isNull()) {
-        const QByteArray exif = exifBlockWithThumbnail(encodeJpeg(thumbnail, 80));
-        if (exif.isEmpty() || exif.size() + 2 > 0xFFFF)
+        // The drone tool's EXIF writer embeds the thumbnail as cameras do.
+        Zyn::Tools::PhotoExif exif;
+        QBuffer thumbBuffer(&exif.thumbnailJpeg);
+        thumbBuffer.open(QIODevice::WriteOnly);
+        thumbnail.save(&thumbBuffer, "JPEG", 80);
+        jpeg = Zyn::Tools::spliceSegment(jpeg, Zyn::Tools::buildExifSegment(exif));
+        if (jpeg.isEmpty())
             return false;
-        // APP1 right after the start-of-image marker; its length counts itself.
-        QByteArray segment;
-        segment.append(char(0xFF)).append(char(0xE1));
-        const int length = exif.size() + 2;
-        segment.append(char((length >> 8) & 0xFF)).append(char(length & 0xFF));
-        segment.append(exif);
-        jpeg.insert(2, segment);
     }
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        return false;
-    return file.write(jpeg) == jpeg.size();
+    return file.open(QIODevice::WriteOnly) && file.write(jpeg) == jpeg.size();
 }
 
 bool writePhoto(const QString& path, const QSize& size, int seed, bool withExifThumbnail)

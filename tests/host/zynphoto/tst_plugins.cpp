@@ -1,10 +1,22 @@
 // Plug-in discovery and loading as the host does it at start-up: good
 // plug-ins become dashboard tiles; broken files, other hosts' plug-ins and
 // objects that are not applications are reported in the window, and the
-// host carries on.
+// host carries on. Then the real aerial plug-in, end to end: its tile opens
+// the create view in a panel, photos without GPS are warned about, and
+// Start in its flyout lands as a project folder.
+#include "GpsJpeg.h"
+
+#include <appcreate/CreateModelFlyout.h>
+#include <appcreate/CreateViewController.h>
+#include <appcreate/MainState.h>
+#include <appcreate/PhotoPreview.h>
 #include <dashboard/DashboardVC.h>
+#include <keelcore/Dispatch.h>
 #include <support/TestSupport.h>
+#include <uibase/CmdsViewController.h>
+#include <uibase/CommandBase.h>
 #include <uibase/IApp.h>
+#include <uibase/TaskDialog.h>
 #include <uitoolkit/ActionPanelVC.h>
 #include <zynphoto/MainWindow.h>
 #include <zynphoto/PluginManager.h>
@@ -12,6 +24,7 @@
 #include <QtTest>
 #include <QtWidgets>
 
+using namespace Zyn;
 using Zyn::Host::MainWindow;
 using Zyn::Host::PluginManager;
 
@@ -25,18 +38,31 @@ QLabel* label(MainWindow& window, const char* name)
 class TestPlugins : public QObject {
     Q_OBJECT
     QTemporaryDir m_dir;
+    QList<UiBase::TaskDialog::Request> m_dialogs;
 
 private slots:
     void initTestCase()
     {
         QStandardPaths::setTestModeEnabled(true);
-        qputenv("ZYN_PROJECTS_DIR", QDir::temp().filePath("zyn-test-no-projects").toUtf8());
+        QVERIFY(m_dir.isValid());
+        qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
+        qputenv("ZYN_CONFIG_FILE", m_dir.filePath(QStringLiteral("zynphoto.ini")).toUtf8());
+        UiBase::TaskDialog::setHandler([this](const UiBase::TaskDialog::Request& r) {
+            m_dialogs << r;
+            return int(UiBase::TaskDialog::IconButtonResult);
+        });
+        AppCreate::CreateModelFlyout::setTermsHandler([](const QString&) { return true; });
         // A file that only looks like a library, and one that is not looked at.
         QFile broken(m_dir.filePath("libbroken.so"));
         QVERIFY(broken.open(QIODevice::WriteOnly));
         broken.write(QByteArray(4096, '\x7f'));
         QFile notes(m_dir.filePath("README.txt"));
         QVERIFY(notes.open(QIODevice::WriteOnly));
+    }
+    void cleanupTestCase()
+    {
+        UiBase::TaskDialog::clearHandler();
+        AppCreate::CreateModelFlyout::clearTermsHandler();
     }
     void init() { QSettings().clear(); }
 
@@ -110,17 +136,11 @@ private slots:
         qputenv("ZYN_PLUGIN_PATH", saved);
         QCOMPARE(paths, QStringList({QDir::cleanPath(QCoreApplication::applicationDirPath() + "/../lib/zynphoto/plugins"),
                                      "/opt/one", "/opt/two"}));
+        // A folder that is not there is no error: the window shows the empty state.
         PluginManager plugins;
         plugins.setSearchPaths({"/nonexistent/plugins"});
         QCOMPARE(plugins.loadAll(), 0);
         QVERIFY(plugins.errors().isEmpty());
-    }
-
-    void noPluginShowsTheEmptyState()
-    {
-        PluginManager plugins;
-        plugins.setSearchPaths({});
-        QCOMPARE(plugins.loadAll(), 0);
         MainWindow window;
         window.showPlugins(plugins);
         QVERIFY(Zyn::TestSupport::showExposed(&window));
@@ -142,6 +162,96 @@ private slots:
         // A damaged value: the default size, no complaint.
         QSettings().setValue("MainWindow/geometry", QByteArray("not a geometry"));
         QCOMPARE(MainWindow().size(), QSize(1280, 800));
+    }
+
+    void tileOpensCreateViewAndStartMakesAProject()
+    {
+        Host::PluginManager plugins;
+        plugins.setSearchPaths(Host::PluginManager::defaultSearchPaths());
+        plugins.loadAll();
+        Host::PluginRecord aerial;
+        for (const Host::PluginRecord& r : plugins.plugins()) {
+            if (r.className == QLatin1String("AerialCaptureApp"))
+                aerial = r;
+        }
+        QVERIFY2(!aerial.path.isEmpty(), "the aerial plug-in is not in the plug-in folders");
+        QVERIFY2(aerial.app, qPrintable(aerial.error));
+        UiBase::CmdsViewController other;
+        QVERIFY(aerial.app->createCommands(&other).isEmpty());
+        QVERIFY(aerial.app->createCommands(nullptr).isEmpty());
+        // The plug-in object itself has no dashboard to present on.
+        QVERIFY(!qobject_cast<UiBase::CommandBase*>(aerial.instance)->execute());
+
+        Host::MainWindow window;
+        window.showPlugins(plugins);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        AppDashboard::DashboardVC* dashboard = window.dashboard();
+        auto* tile = dashboard->getView()->findChild<QToolButton*>(QStringLiteral("tile_Zyn::AppCreate::AerialCaptureApp"));
+        QVERIFY(tile);
+        QVERIFY(tile->findChild<QLabel*>(QStringLiteral("paid_badge")));
+        QTest::mouseClick(tile, Qt::LeftButton);
+
+        auto* panel = qobject_cast<UiToolkit::ActionPanelVC*>(dashboard->presentedViewController());
+        QVERIFY(panel);
+        QVERIFY(!panel->hasBackButton());
+        QVERIFY(panel->hasCrossButton());
+        auto* create = qobject_cast<AppCreate::CreateViewController*>(panel->getMainViewController());
+        QVERIFY(create);
+        auto* state = qobject_cast<AppCreate::MainState*>(create->getState());
+        QVERIFY(state && state->getPhotoCanvas());
+        AppCreate::PhotoPreview* canvas = state->getPhotoCanvas();
+        auto* flyout = qobject_cast<AppCreate::CreateModelFlyout*>(canvas->getFlyout());
+        QVERIFY(flyout);
+
+        // One photo without GPS: one warning, from the background check.
+        QStringList photos;
+        for (int i = 0; i < 4; ++i) {
+            const QString path = m_dir.filePath(QStringLiteral("photos/DJI_%1.JPG").arg(i));
+            QDir().mkpath(QFileInfo(path).path());
+            QVERIFY(i % 2 ? GpsJpeg::writeWithoutGps(path, i) : GpsJpeg::writeWithGps(path, {46.548, 7.982, 900}, i));
+            photos << path;
+        }
+        QCOMPARE(canvas->addFiles(photos.mid(0, 3)).size(), 3);
+        QTRY_COMPARE(m_dialogs.size(), 1);
+        QCOMPARE(m_dialogs.at(0).kind, UiBase::TaskDialog::Warning);
+
+        // Create shows the flyout; a name and Start make the project.
+        auto* createButton = canvas->findChild<QPushButton*>(QStringLiteral("create_button"));
+        QVERIFY(createButton);
+        QTest::mouseClick(createButton, Qt::LeftButton);
+        QTRY_VERIFY(flyout->isVisible());
+        // From Create on the user has been told enough.
+        QCOMPARE(canvas->addFiles(photos.mid(3)).size(), 1);
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(m_dialogs.size(), 1);
+        auto* name = flyout->findChild<QLineEdit*>(QStringLiteral("modelname_lineedit"));
+        auto* start = flyout->findChild<QPushButton*>(QStringLiteral("start_button"));
+        QVERIFY(name && start);
+        QTest::keyClicks(name, QStringLiteral("Valley_1"));
+        // The proposed zone may still be loading; Start needs a valid system.
+        bool mesh, cloud, ortho;
+        float pixel;
+        QString code;
+        QTRY_VERIFY_WITH_TIMEOUT((flyout->GetSettings(mesh, cloud, ortho, pixel, code), code.startsWith(QLatin1String("EPSG:326"))),
+                                 20000);
+        QTest::mouseClick(start, Qt::LeftButton);
+
+        const QString manifest = m_dir.filePath(QStringLiteral("projects/Valley_1/project.json"));
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(manifest), 20000);
+        QFile file(manifest);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QJsonObject m = QJsonDocument::fromJson(file.readAll()).object();
+        QCOMPARE(m.value("name").toString(), QStringLiteral("Valley_1"));
+        QCOMPARE(code, QStringLiteral("EPSG:32632"));
+        QCOMPARE(m.value("coordinateSystem").toObject().value("code").toString(), code);
+        QCOMPARE(m.value("outputs").toObject().value("mesh").toBool(), true);
+        QCOMPARE(m.value("photos").toArray().size(), 4);
+        QCOMPARE(m_dialogs.size(), 1); // no error on the way
+
+        // Back on the dashboard, which lists the project.
+        QTRY_VERIFY(!dashboard->presentedViewController());
+        QVERIFY(KeelCore::waitForIdle());
     }
 };
 

@@ -1,17 +1,19 @@
+// The utilities library: list separators, elided text, the data folder,
+// XML loading and photo decoding.
 #include <utilities/Utilities.h>
-
-#include <QtTest>
-#include <QtGui>
+#include <utilities/Xml.h>
 
 #include <make_drone_photos/ExifWriter.h>
 #include <support/TestSupport.h>
+
+#include <QtGui>
+#include <QtTest>
 
 #include <atomic>
 #include <thread>
 #include <vector>
 
-using Zyn::Utilities::loadImage;
-using Zyn::Utilities::loadThumbnail;
+using namespace Zyn::Utilities;
 
 namespace {
 
@@ -51,7 +53,7 @@ bool isMostly(const QImage& image, Qt::GlobalColor color)
 
 } // namespace
 
-class TestImages : public QObject {
+class TestUtilities : public QObject {
     Q_OBJECT
 
     QTemporaryDir m_dir;
@@ -64,6 +66,129 @@ class TestImages : public QObject {
 
 private slots:
     void initTestCase() { QVERIFY(m_dir.isValid()); }
+    void init()
+    {
+        qunsetenv("ZYN_LIST_SEPARATOR");
+        qunsetenv("ZYN_DATA_PATH");
+    }
+
+    void listSeparatorFollowsTheDecimalPoint_data()
+    {
+        QTest::addColumn<QLocale>("locale");
+        QTest::addColumn<QByteArray>("override"); // ZYN_LIST_SEPARATOR
+        QTest::addColumn<QString>("separator");
+        const QLocale german(QLocale::German, QLocale::Germany);
+        QTest::newRow("English") << QLocale(QLocale::English, QLocale::UnitedStates) << QByteArray() << ",";
+        QTest::newRow("German") << german << QByteArray() << ";";
+        QTest::newRow("French") << QLocale(QLocale::French, QLocale::France) << QByteArray() << ";";
+        QTest::newRow("Japanese") << QLocale(QLocale::Japanese, QLocale::Japan) << QByteArray() << ",";
+        QTest::newRow("C") << QLocale::c() << QByteArray() << ",";
+        QTest::newRow("tab set") << german << QByteArray("\t") << "\t";
+        QTest::newRow("comma set") << QLocale(QLocale::French, QLocale::France) << QByteArray(",") << ",";
+        QTest::newRow("not one character: ignored") << german << QByteArray("ab") << ";";
+    }
+    void listSeparatorFollowsTheDecimalPoint()
+    {
+        QFETCH(QLocale, locale);
+        QFETCH(QByteArray, override);
+        QFETCH(QString, separator);
+        if (!override.isNull())
+            qputenv("ZYN_LIST_SEPARATOR", override);
+        QCOMPARE(getListSeparatorForLocale(locale), separator);
+        if (override.size() == 1)
+            QCOMPARE(getListSeparatorInCurrentLocale(), separator);
+    }
+
+    void elidedText_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("maxChars");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("short") << "GCP 1" << 10 << "GCP 1";
+        QTest::newRow("exact") << "0123456789" << 10 << "0123456789";
+        QTest::newRow("cut") << "Control point north" << 10 << "Control...";
+        QTest::newRow("only dots fit") << "abcdef" << 3 << "...";
+        QTest::newRow("fewer than dots") << "abcdef" << 2 << "..";
+        QTest::newRow("zero") << "abcdef" << 0 << "";
+        QTest::newRow("negative") << "abcdef" << -4 << "";
+        QTest::newRow("empty") << "" << 5 << "";
+        // U+1F4CD is two UTF-16 units; it must not be split.
+        QTest::newRow("surrogate pair") << QString::fromUtf8("ab\xF0\x9F\x93\x8D" "cdefgh") << 6 << "ab...";
+    }
+    void elidedText()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, maxChars);
+        QFETCH(QString, expected);
+        const QString elided = getElidedText(text, maxChars);
+        QCOMPARE(elided, expected);
+        QVERIFY(elided.size() <= qMax(0, maxChars));
+    }
+
+    void dataDirectory()
+    {
+        QCOMPARE(Zyn::Utilities::dataDirectory(),
+                 QDir::cleanPath(QCoreApplication::applicationDirPath() + "/../share/zynphoto"));
+        qputenv("ZYN_DATA_PATH", "/tmp/some/where/");
+        QCOMPARE(Zyn::Utilities::dataDirectory(), QStringLiteral("/tmp/some/where"));
+    }
+
+    void goodFileLoads()
+    {
+        const QString path = write("good.xml", "<?xml version=\"1.0\"?><config><headers><gcpname><name>Point"
+                                               "</name></gcpname></headers></config>");
+        QDomDocument doc;
+        QString error = "stale";
+        QVERIFY(Zyn::Xml::loadXml(path, doc, &error));
+        QVERIFY(error.isEmpty());
+        QCOMPARE(doc.documentElement().firstChildElement("headers").firstChildElement("gcpname").text(),
+                 QStringLiteral("Point"));
+        QVERIFY(Zyn::Xml::loadXml(path, doc)); // the message is optional
+    }
+
+    // A failed load says why and where, and leaves the document as it was.
+    void failuresSayWhy_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("content"); // null: not written
+        QTest::addColumn<QStringList>("said");
+        QTest::newRow("missing") << "absent.xml" << QByteArray() << QStringList{"absent.xml", "does not exist"};
+        QTest::newRow("no name") << "" << QByteArray() << QStringList{};
+        QTest::newRow("folder") << "." << QByteArray() << QStringList{"folder"};
+        QTest::newRow("broken") << "broken.xml" << QByteArray("<root>\n  <a>\n</root>\n")
+                                << QStringList{"broken.xml", "line 3"};
+        QTest::newRow("binary") << "binary.xml" << QByteArray("\x00\xff\xfe\x01garbage", 11) << QStringList{};
+    }
+
+    void failuresSayWhy()
+    {
+        QFETCH(QString, name);
+        QFETCH(QByteArray, content);
+        QFETCH(QStringList, said);
+        const QString path = !content.isNull() ? write(name, content) : name.isEmpty() ? name : m_dir.filePath(name);
+        QDomDocument doc;
+        QVERIFY(Zyn::Xml::loadXml(write("keep.xml", "<root><a/></root>"), doc));
+        QString error;
+        QVERIFY(!Zyn::Xml::loadXml(path, doc, &error));
+        QVERIFY(!error.isEmpty());
+        for (const QString& part : said)
+            QVERIFY2(error.contains(part), qPrintable(error));
+        QVERIFY(!doc.documentElement().firstChildElement("a").isNull());
+    }
+
+    void relativeNamesComeFromTheDataFolder()
+    {
+        QVERIFY(!write("zynphoto_gcp.cfg", "<synonyms/>").isEmpty());
+        qputenv("ZYN_DATA_PATH", m_dir.path().toUtf8());
+        QDomDocument doc;
+        QString error;
+        QVERIFY2(Zyn::Xml::loadXml("zynphoto_gcp.cfg", doc, &error), qPrintable(error));
+        QCOMPARE(doc.documentElement().tagName(), QStringLiteral("synonyms"));
+
+        qputenv("ZYN_DATA_PATH", m_dir.filePath("elsewhere").toUtf8());
+        QVERIFY(!Zyn::Xml::loadXml("zynphoto_gcp.cfg", doc, &error));
+        QVERIFY2(error.contains("elsewhere"), qPrintable(error));
+    }
 
     void thumbnails_data()
     {
@@ -152,5 +277,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestImages)
-#include "tst_images.moc"
+QTEST_GUILESS_MAIN(TestUtilities)
+#include "tst_utilities.moc"
