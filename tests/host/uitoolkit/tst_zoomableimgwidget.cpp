@@ -67,6 +67,11 @@ private slots:
             QVERIFY(!w.isMouseOnImage(QPoint(widgetSize.width() / 2, bound.top() / 2)));
         if (bound.left() > 0)
             QVERIFY(!w.isMouseOnImage(QPoint(bound.left() / 2, widgetSize.height() / 2)));
+        // The first widget pixel past the image's right and bottom edges is off it.
+        if (s < 1.0) {
+            QVERIFY(!w.isMouseOnImage(QPoint(bound.right() + 1, bound.center().y())));
+            QVERIFY(!w.isMouseOnImage(QPoint(bound.center().x(), bound.bottom() + 1)));
+        }
     }
 
     void zoomKeepsThePixelUnderTheCursor()
