@@ -22,7 +22,7 @@ namespace UiToolkit {
 namespace {
 const char* const kCacheKey = "ImageView/FullImageCacheMB";
 const int kDefaultCacheMB = 768;
-const int kPreviewEdge = 1280;
+const int kPreviewEdge = 640;
 const int kSmallestLevelEdge = 256;
 const double kMaxScale = 32.0;
 const int kPanThreshold = 4;
@@ -167,7 +167,7 @@ void ZoomableImgWidget::loadImage(const QString& path)
 
     const auto self = weakRef();
     KeelCore::dispatchAsync(KeelCore::QosUserInitiated, [self, path, generation] {
-        QImage preview = Utilities::loadThumbnail(path, QSize(kPreviewEdge, kPreviewEdge));
+        QImage preview = Utilities::loadPreview(path, QSize(kPreviewEdge, kPreviewEdge));
         KeelCore::dispatchAsync(KeelCore::QosMainThread, [self, preview, generation] {
             if (ZoomableImgWidget* w = self.lock())
                 w->setPreview(preview, generation);

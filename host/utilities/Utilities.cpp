@@ -71,7 +71,7 @@ QImage fitInto(const QImage& image, const QSize& maxSize)
     return image.scaled(maxSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
 }
 
-QImage embeddedThumbnail(const QString& path, const QSize& maxSize)
+QImage embeddedThumbnail(const QString& path, const QSize& maxSize, bool anySize = false)
 {
     const QByteArray encoded = QFile::encodeName(path);
     ExifDataPtr data(exif_data_new_from_file(encoded.constData()));
@@ -84,7 +84,7 @@ QImage embeddedThumbnail(const QString& path, const QSize& maxSize)
     // Worth using only when it is at least half as wide and high as the
     // thumbnail we would make (a quarter of its area); else it looks blurry.
     const QSize target = thumb.size().scaled(maxSize, Qt::KeepAspectRatio);
-    if (thumb.width() * 2 < target.width() || thumb.height() * 2 < target.height())
+    if (!anySize && (thumb.width() * 2 < target.width() || thumb.height() * 2 < target.height()))
         return {};
     return fitInto(thumb, maxSize);
 }
@@ -166,6 +166,14 @@ QImage loadThumbnail(const QString& path, const QSize& maxSize)
     if (thumb.isNull())
         thumb = scaledDecode(path, maxSize);
     return thumb;
+}
+
+QImage loadPreview(const QString& path, const QSize& maxSize)
+{
+    QImage thumb = embeddedThumbnail(path, maxSize, true);
+    if (!thumb.isNull() && !QImageReader(path).size().isValid())
+        return {};
+    return thumb.isNull() ? scaledDecode(path, maxSize) : thumb;
 }
 
 QString dataDirectory()

@@ -28,6 +28,9 @@ QImage loadImage(const QString& path);
 // has one at least half as wide and high as the result would be (a quarter
 // of its area), else a scaled decode. Null on failure. Thread-safe.
 QImage loadThumbnail(const QString& path, const QSize& maxSize);
+// A stand-in shown until a photo is decoded in full: its embedded thumbnail
+// at whatever size it has (it costs next to nothing), else a reduced decode.
+QImage loadPreview(const QString& path, const QSize& maxSize);
 
 // Folder of the host's read-only data files (share/zynphoto next to the
 // binaries); ZYN_DATA_PATH overrides it.
