@@ -71,7 +71,7 @@ QImage fitInto(const QImage& image, const QSize& maxSize)
     return image.scaled(maxSize, Qt::KeepAspectRatio, Qt::SmoothTransformation);
 }
 
-QImage embeddedThumbnail(const QString& path, const QSize& maxSize, bool anySize = false)
+QImage embeddedThumbnail(const QString& path, const QSize& maxSize, bool anySize)
 {
     const QByteArray encoded = QFile::encodeName(path);
     ExifDataPtr data(exif_data_new_from_file(encoded.constData()));
@@ -152,13 +152,17 @@ QImage loadImage(const QString& path)
     return reader.read();
 }
 
-QImage loadThumbnail(const QString& path, const QSize& maxSize)
+namespace {
+
+// The embedded thumbnail (of any size, or only one big enough to look sharp),
+// else a scaled decode.
+QImage thumbnailOrDecode(const QString& path, const QSize& maxSize, bool anySize)
 {
     if (path.isEmpty())
         return {};
     if (!maxSize.isValid() || maxSize.isEmpty())
         return loadImage(path);
-    QImage thumb = embeddedThumbnail(path, maxSize);
+    QImage thumb = embeddedThumbnail(path, maxSize, anySize);
     // The embedded thumbnail sits before the photo's own image in the file:
     // a file cut short after it is still no photo.
     if (!thumb.isNull() && !QImageReader(path).size().isValid())
@@ -168,12 +172,16 @@ QImage loadThumbnail(const QString& path, const QSize& maxSize)
     return thumb;
 }
 
+} // namespace
+
+QImage loadThumbnail(const QString& path, const QSize& maxSize)
+{
+    return thumbnailOrDecode(path, maxSize, false);
+}
+
 QImage loadPreview(const QString& path, const QSize& maxSize)
 {
-    QImage thumb = embeddedThumbnail(path, maxSize, true);
-    if (!thumb.isNull() && !QImageReader(path).size().isValid())
-        return {};
-    return thumb.isNull() ? scaledDecode(path, maxSize) : thumb;
+    return thumbnailOrDecode(path, maxSize, true);
 }
 
 QString dataDirectory()
