@@ -15,7 +15,6 @@
 #include <keelcore/Dispatch.h>
 #include <services/ApplicationService.h>
 #include <services/ConfigManager.h>
-#include <uibase/BaseView.h>
 #include <uibase/FileDialog.h>
 #include <uibase/TaskDialog.h>
 #include <uitoolkit/IThumbnailItem.h>
@@ -110,19 +109,6 @@ class FilesObserver : public QObject, public CreateFilesProtocol {
 public:
     void onFilesChanged(const QStringList& files) override { lists << files; }
     QList<QStringList> lists;
-};
-
-class Presenter : public QObject, public Zyn::UiBase::PresentViewProtocol {
-    Q_OBJECT
-public:
-    void presentView(Zyn::UiBase::BaseViewController* c, int direction) override
-    {
-        presented = c;
-        this->direction = direction;
-    }
-    void dismissView(Zyn::UiBase::BaseViewController*) override {}
-    Zyn::UiBase::BaseViewController* presented = nullptr;
-    int direction = -1;
 };
 
 class OtherItem : public Zyn::UiToolkit::IThumbnailItem {
@@ -353,22 +339,6 @@ private slots:
         QVERIFY(vc->validateThumbnailItem(item));
         QVERIFY(!vc->validateThumbnailItem(QSharedPointer<Zyn::UiToolkit::IThumbnailItem>(new OtherItem)));
     }
-    void presentingGoesThroughTheDelegate()
-    {
-        TestCreateVC* vc = makeView();
-        Presenter presenter;
-        vc->KeelCore::Delegator<Zyn::UiBase::PresentViewProtocol>::setDelegate(&presenter);
-        auto* panel = new Zyn::UiBase::BaseViewController;
-        vc->presentViewController(panel, Zyn::UiBase::TransitionFromRight);
-        QCOMPARE(presenter.presented, panel);
-        QCOMPARE(presenter.direction, 4);
-        QVERIFY(!vc->presentedViewController());
-
-        vc->KeelCore::Delegator<Zyn::UiBase::PresentViewProtocol>::setDelegate(nullptr);
-        vc->presentViewController(panel, Zyn::UiBase::TransitionNone);
-        QCOMPARE(vc->presentedViewController(), panel);
-    }
-
     void termsAcceptedOnceAndRemembered()
     {
         MainState state;
