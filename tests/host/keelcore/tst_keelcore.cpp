@@ -6,6 +6,7 @@
 #include <QtTest>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
@@ -14,39 +15,33 @@ namespace {
 std::atomic<bool> g_earlyJobRan{false};
 std::atomic<bool> g_earlyJobOnGuiThread{false};
 
+// Each observer writes its name into a log owned by the test, so a call to
+// an observer that should be gone shows up in the log (and, under ASan, as a
+// use after free). A plain Listener is not tracked.
 class Listener {
 public:
+    explicit Listener(QString name = {}, QStringList* log = nullptr) : m_name(std::move(name)), m_log(log) {}
     virtual ~Listener() = default;
-    virtual void notify() = 0;
-};
-
-// Each observer writes into a log owned by the test, so a call to an
-// observer that should be gone shows up in the log (and, under ASan, as a
-// use after free).
-class SharedListener : public Listener, public KeelCore::SharedObject<SharedListener> {
-public:
-    SharedListener(QString name, QStringList* log) : m_name(std::move(name)), m_log(log) {}
-    void notify() override { *m_log << m_name; }
+    virtual void notify() { *m_log << m_name; }
 
 private:
     QString m_name;
     QStringList* m_log;
 };
 
-class QObjectListener : public QObject, public Listener {
-public:
-    QObjectListener(QString name, QStringList* log) : m_name(std::move(name)), m_log(log) {}
-    void notify() override { *m_log << m_name; }
-
-private:
-    QString m_name;
-    QStringList* m_log;
+struct SharedListener : Listener, KeelCore::SharedObject<SharedListener> {
+    using Listener::Listener;
 };
 
-class PlainListener : public Listener {
-public:
-    void notify() override { ++calls; }
-    int calls = 0;
+struct QObjectListener : QObject, Listener {
+    using Listener::Listener;
+};
+
+// A tracked observer that runs the test's code when notified.
+struct Hook : Listener, KeelCore::SharedObject<Hook> {
+    explicit Hook(std::function<void()> run) : m_run(std::move(run)) {}
+    void notify() override { m_run(); }
+    std::function<void()> m_run;
 };
 
 using Source = KeelCore::Broadcaster<Listener>;
@@ -66,9 +61,10 @@ private slots:
 
     void guiJobsRunInSubmissionOrderOnGuiThread()
     {
-        QList<int> order;
+        QList<int> order, expected;
         bool allOnGui = true;
         for (int i = 0; i < 200; ++i) {
+            expected << i;
             KeelCore::dispatchAsync(KeelCore::QosMainThread, [i, &order, &allOnGui] {
                 order << i;
                 allOnGui = allOnGui && KeelCore::isMainThread();
@@ -76,9 +72,7 @@ private slots:
         }
         QVERIFY(order.isEmpty()); // queued, not run inline
         QVERIFY(KeelCore::waitForIdle());
-        QCOMPARE(order.size(), 200);
-        for (int i = 0; i < 200; ++i)
-            QCOMPARE(order.at(i), i);
+        QCOMPARE(order, expected);
         QVERIFY(allOnGui);
     }
 
@@ -93,8 +87,7 @@ private slots:
             KeelCore::dispatchAsync(KeelCore::QosMainThread, [&] { backThread = QThread::currentThread(); });
         });
         QVERIFY(KeelCore::waitForIdle());
-        QVERIFY(workerThread != nullptr);
-        QVERIFY(workerThread != QCoreApplication::instance()->thread());
+        QVERIFY(workerThread && workerThread != QCoreApplication::instance()->thread());
         QVERIFY(!workerSawMain);
         QCOMPARE(backThread, QCoreApplication::instance()->thread());
     }
@@ -182,9 +175,9 @@ private slots:
         QVERIFY(KeelCore::WeakRef<SharedListener>().expired());
 
         // Untracked objects count as living as long as the reference.
-        PlainListener plain;
+        Listener plain;
         QCOMPARE(KeelCore::makeWeak(&plain).lock(), &plain);
-        QVERIFY(KeelCore::makeWeak<PlainListener>(nullptr).expired());
+        QVERIFY(KeelCore::makeWeak<Listener>(nullptr).expired());
     }
 
     void broadcastReachesObserversInOrderOnce()
@@ -194,11 +187,8 @@ private slots:
         QObjectListener b("b", &log);
         SharedListener c("c", &log);
         Source source;
-        source.addObserver(&a);
-        source.addObserver(&b);
-        source.addObserver(&c);
-        source.addObserver(&a); // already there
-        source.addObserver(nullptr);
+        for (Listener* observer : std::initializer_list<Listener*>{&a, &b, &c, &a, nullptr}) // a twice
+            source.addObserver(observer);
         QCOMPARE(source.observerCount(), 3);
         notifyAll(source);
         QCOMPARE(log, (QStringList{"a", "b", "c"}));
@@ -215,9 +205,8 @@ private slots:
         auto* shared = new SharedListener(QStringLiteral("shared"), &log);
         auto* qobject = new QObjectListener(QStringLiteral("qobject"), &log);
         SharedListener survivor(QStringLiteral("survivor"), &log);
-        source.addObserver(shared);
-        source.addObserver(qobject);
-        source.addObserver(&survivor);
+        for (Listener* observer : std::initializer_list<Listener*>{shared, qobject, &survivor})
+            source.addObserver(observer);
         delete shared;
         delete qobject;
         QCOMPARE(source.observerCount(), 1);
@@ -231,19 +220,10 @@ private slots:
         Source source;
         auto* victim = new SharedListener(QStringLiteral("victim"), &log);
 
-        class Killer : public Listener, public KeelCore::SharedObject<Killer> {
-        public:
-            explicit Killer(SharedListener** target) : m_target(target) {}
-            void notify() override
-            {
-                delete *m_target;
-                *m_target = nullptr;
-            }
-
-        private:
-            SharedListener** m_target;
-        } killer(&victim);
-
+        Hook killer([&victim] {
+            delete victim;
+            victim = nullptr;
+        });
         source.addObserver(&killer);
         source.addObserver(victim);
         notifyAll(source);
@@ -258,16 +238,7 @@ private slots:
         Source source;
         SharedListener late(QStringLiteral("late"), &log);
 
-        class Adder : public Listener, public KeelCore::SharedObject<Adder> {
-        public:
-            Adder(Source* source, Listener* late) : m_source(source), m_late(late) {}
-            void notify() override { m_source->addObserver(m_late); }
-
-        private:
-            Source* m_source;
-            Listener* m_late;
-        } adder(&source, &late);
-
+        Hook adder([&] { source.addObserver(&late); });
         source.addObserver(&adder);
         notifyAll(source);
         QVERIFY(log.isEmpty());
@@ -279,22 +250,23 @@ private slots:
     {
         QStringList log;
         KeelCore::Delegator<Listener> delegator;
-        QVERIFY(!delegator.callDelegate([](Listener* l) { l->notify(); }));
+        const auto call = [](Listener* l) { l->notify(); };
+        QVERIFY(!delegator.callDelegate(call));
 
         auto* first = new SharedListener(QStringLiteral("first"), &log);
         delegator.setDelegate(first);
         QCOMPARE(delegator.getDelegate(), static_cast<Listener*>(first));
-        QVERIFY(delegator.callDelegate([](Listener* l) { l->notify(); }));
+        QVERIFY(delegator.callDelegate(call));
         delete first;
         QCOMPARE(delegator.getDelegate(), nullptr);
-        QVERIFY(!delegator.callDelegate([](Listener* l) { l->notify(); }));
+        QVERIFY(!delegator.callDelegate(call));
         QCOMPARE(log, QStringList{"first"});
 
         QObjectListener second(QStringLiteral("second"), &log);
         delegator.setDelegate(&second);
-        QVERIFY(delegator.callDelegate([](Listener* l) { l->notify(); }));
+        QVERIFY(delegator.callDelegate(call));
         delegator.setDelegate(nullptr);
-        QVERIFY(!delegator.callDelegate([](Listener* l) { l->notify(); }));
+        QVERIFY(!delegator.callDelegate(call));
         QCOMPARE(log, (QStringList{"first", "second"}));
     }
 };
