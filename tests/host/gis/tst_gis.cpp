@@ -9,12 +9,13 @@
 
 using namespace Tarn::GIS;
 
-namespace {
-
 const double kNaN = std::numeric_limits<double>::quiet_NaN();
 const double kInf = std::numeric_limits<double>::infinity();
 
-} // namespace
+struct Point3 {
+    double x, y, z;
+};
+Q_DECLARE_METATYPE(Point3)
 
 class TestGis : public QObject {
     Q_OBJECT
@@ -65,51 +66,43 @@ private slots:
     void knownPoints_data()
     {
         QTest::addColumn<QString>("code");
-        QTest::addColumn<double>("lon");
-        QTest::addColumn<double>("lat");
-        QTest::addColumn<double>("h");
-        QTest::addColumn<double>("x");
-        QTest::addColumn<double>("y");
-        QTest::addColumn<double>("z");
+        QTest::addColumn<Point3>("ll"); // longitude, latitude, height
+        QTest::addColumn<Point3>("xyz");
         QTest::addColumn<double>("tol");
-
+        using P = Point3;
         // A 2D system has no height of its own: the caller's passes through.
-        QTest::newRow("UTM 33N central meridian") << "EPSG:32633" << 15.0 << 0.0 << 123.25 << 500000.0 << 0.0 << 123.25 << 1e-3;
-        QTest::newRow("UTM 56S central meridian") << "EPSG:32756" << 153.0 << 0.0 << 0.0 << 500000.0 << 10000000.0 << 0.0 << 1e-3;
-        QTest::newRow("web mercator origin") << "EPSG:3857" << 0.0 << 0.0 << 0.0 << 0.0 << 0.0 << 0.0 << 1e-3;
-        QTest::newRow("web mercator edge") << "EPSG:3857" << 180.0 << 0.0 << 0.0 << 20037508.342789244 << 0.0 << 0.0 << 1e-3;
-        QTest::newRow("UPS north pole") << "EPSG:32661" << 0.0 << 90.0 << 0.0 << 2000000.0 << 2000000.0 << 0.0 << 1e-3;
-        QTest::newRow("UPS south pole") << "EPSG:32761" << 0.0 << -90.0 << 0.0 << 2000000.0 << 2000000.0 << 0.0 << 1e-3;
+        QTest::newRow("UTM 33N central meridian") << "EPSG:32633" << P{15, 0, 123.25} << P{500000, 0, 123.25} << 1e-3;
+        QTest::newRow("UTM 56S central meridian") << "EPSG:32756" << P{153, 0, 0} << P{500000, 10000000, 0} << 1e-3;
+        QTest::newRow("web mercator origin") << "EPSG:3857" << P{0, 0, 0} << P{0, 0, 0} << 1e-3;
+        QTest::newRow("web mercator edge") << "EPSG:3857" << P{180, 0, 0} << P{20037508.342789244, 0, 0} << 1e-3;
+        QTest::newRow("UPS north pole") << "EPSG:32661" << P{0, 90, 0} << P{2000000, 2000000, 0} << 1e-3;
+        QTest::newRow("UPS south pole") << "EPSG:32761" << P{0, -90, 0} << P{2000000, 2000000, 0} << 1e-3;
         // Geographic systems are longitude first, even where the authority
         // says latitude first.
-        QTest::newRow("EPSG:4326 order") << "EPSG:4326" << 10.0 << 50.0 << 0.0 << 10.0 << 50.0 << 0.0 << 1e-9;
-        QTest::newRow("LL84 identity") << "LL84" << -122.5 << 37.75 << 0.0 << -122.5 << 37.75 << 0.0 << 1e-9;
-        QTest::newRow("lower-case authority") << "epsg:32633" << 15.0 << 0.0 << 0.0 << 500000.0 << 0.0 << 0.0 << 1e-3;
-        QTest::newRow("ECEF") << "ECEF" << 0.0 << 0.0 << 100.0 << 6378237.0 << 0.0 << 0.0 << 1e-3;
-        QTest::newRow("ECEF pole") << "ECEF" << 0.0 << 90.0 << 0.0 << 0.0 << 0.0 << 6356752.314245179 << 1e-3;
-        QTest::newRow("EPSG:4978 is ECEF") << "EPSG:4978" << 0.0 << 0.0 << 0.0 << 6378137.0 << 0.0 << 0.0 << 1e-3;
+        QTest::newRow("EPSG:4326 order") << "EPSG:4326" << P{10, 50, 0} << P{10, 50, 0} << 1e-9;
+        QTest::newRow("LL84 identity") << "LL84" << P{-122.5, 37.75, 0} << P{-122.5, 37.75, 0} << 1e-9;
+        QTest::newRow("lower-case authority") << "epsg:32633" << P{15, 0, 0} << P{500000, 0, 0} << 1e-3;
+        QTest::newRow("ECEF") << "ECEF" << P{0, 0, 100} << P{6378237, 0, 0} << 1e-3;
+        QTest::newRow("ECEF pole") << "ECEF" << P{0, 90, 0} << P{0, 0, 6356752.314245179} << 1e-3;
+        QTest::newRow("EPSG:4978 is ECEF") << "EPSG:4978" << P{0, 0, 0} << P{6378137, 0, 0} << 1e-3;
         // WGS 84 + EGM96 height: EGM96's undulation at 0N 0E is about +17.2 m.
-        QTest::newRow("compound height uses the geoid") << "EPSG:9707" << 0.0 << 0.0 << 0.0 << 0.0 << 0.0 << -17.25 << 0.75;
+        QTest::newRow("compound height uses the geoid") << "EPSG:9707" << P{0, 0, 0} << P{0, 0, -17.25} << 0.75;
     }
 
     void knownPoints()
     {
         QFETCH(QString, code);
-        QFETCH(double, lon);
-        QFETCH(double, lat);
-        QFETCH(double, h);
-        QFETCH(double, x);
-        QFETCH(double, y);
-        QFETCH(double, z);
+        QFETCH(Point3, ll);
+        QFETCH(Point3, xyz);
         QFETCH(double, tol);
-        double px = lon, py = lat, pz = h;
-        QVERIFY(transformCoordFromLL84(code, px, py, pz));
-        QVERIFY2(std::fabs(px - x) < tol && std::fabs(py - y) < tol && std::fabs(pz - z) < tol,
-                 qPrintable(QString("%1 %2 %3").arg(px, 0, 'f', 6).arg(py, 0, 'f', 6).arg(pz, 0, 'f', 6)));
-        QVERIFY(transformCoordToLL84(code, px, py, pz));
+        Point3 p = ll;
+        QVERIFY(transformCoordFromLL84(code, p.x, p.y, p.z));
+        QVERIFY2(std::fabs(p.x - xyz.x) < tol && std::fabs(p.y - xyz.y) < tol && std::fabs(p.z - xyz.z) < tol,
+                 qPrintable(QString("%1 %2 %3").arg(p.x, 0, 'f', 6).arg(p.y, 0, 'f', 6).arg(p.z, 0, 'f', 6)));
+        QVERIFY(transformCoordToLL84(code, p.x, p.y, p.z));
         // Longitude is meaningless at the poles.
-        QVERIFY2(std::fabs(lat) == 90.0 || std::fabs(px - lon) < 1e-7, qPrintable(QString::number(px, 'f', 10)));
-        QVERIFY2(std::fabs(py - lat) < 1e-7 && std::fabs(pz - h) < 1e-3, qPrintable(QString::number(pz, 'f', 6)));
+        QVERIFY2(std::fabs(ll.y) == 90.0 || std::fabs(p.x - ll.x) < 1e-7, qPrintable(QString::number(p.x, 'f', 10)));
+        QVERIFY2(qAbs(p.y - ll.y) < 1e-7 && qAbs(p.z - ll.z) < 1e-3, qPrintable(QString::number(p.z, 'f', 6)));
     }
 
     void roundTrips_data()
@@ -237,9 +230,7 @@ private slots:
         // PDC Mercator is used from 98.69E eastwards across 180 to 68W.
         auto validAt = [](const QString& code, double lon, double lat) {
             double x = lon, y = lat, z = 0;
-            if (!transformCoordFromLL84(code, x, y, z))
-                return false;
-            return isCoordValid(code, x, y);
+            return transformCoordFromLL84(code, x, y, z) && isCoordValid(code, x, y);
         };
         QVERIFY(validAt("EPSG:3832", 179.9, 0.0));
         QVERIFY(validAt("EPSG:3832", -179.9, 0.0));
@@ -293,7 +284,8 @@ private slots:
         for (int worker = 0; worker < 2; ++worker) {
             QCOMPARE(seen[worker].size(), 5 * expected[worker].size());
             for (size_t i = 0; i < seen[worker].size(); ++i)
-                QVERIFY2(seen[worker][i] == expected[worker][i % expected[worker].size()], qPrintable(QString::number(i)));
+                QVERIFY2(seen[worker][i] == expected[worker][i % expected[worker].size()],
+                         qPrintable(QString::number(i)));
         }
     }
 };
