@@ -7,6 +7,7 @@
 #include <services/ShutdownProtocol.h>
 
 #include <keelcore/Dispatch.h>
+#include <support/TestSupport.h>
 #include <utilities/Constants.h>
 
 #include <QtTest>
@@ -16,6 +17,8 @@
 #include <vector>
 
 using namespace Zyn::Services;
+using Zyn::TestSupport::readFile;
+using Zyn::TestSupport::writeFile;
 namespace Keys = Zyn::Utilities;
 
 namespace {
@@ -79,12 +82,6 @@ class TestServices : public QObject {
 
     QString path(const QString& name = QStringLiteral("zynphoto.ini")) const { return m_dir->filePath(name); }
 
-    bool writeFile(const QString& file, const QByteArray& bytes)
-    {
-        QFile f(file);
-        return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-    }
-
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init()
@@ -92,9 +89,9 @@ private slots:
         m_dir = std::make_unique<QTemporaryDir>();
         QVERIFY(m_dir->isValid());
         qunsetenv("ZYN_CONFIG_FILE");
-        config()->remove(Keys::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE);
-        config()->remove(Keys::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS);
-        config()->remove(Keys::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS);
+        for (const char* key : {Keys::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE, Keys::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS,
+                                Keys::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS})
+            config()->remove(key);
     }
 
     void absentValuesAnswerDefaults()
@@ -180,10 +177,7 @@ private slots:
         config.setValue("workspace/coordsys_mru_limit", 5);
         QVERIFY(config.isHealthy());
         QCOMPARE(config.getInt("workspace/coordsys_mru_limit", 10), 5);
-        QVERIFY(!config.backupPath().isEmpty());
-        QFile kept(config.backupPath());
-        QVERIFY(kept.open(QIODevice::ReadOnly));
-        QCOMPARE(kept.readAll(), damaged);
+        QCOMPARE(readFile(config.backupPath()), damaged);
 
         ConfigManager again(path());
         QVERIFY(again.isHealthy());
