@@ -46,18 +46,25 @@ struct Hook : Listener, KeelCore::SharedObject<Hook> {
 
 using Source = KeelCore::Broadcaster<Listener>;
 
-void notifyAll(Source& source)
-{
-    source.broadcast([](Listener* l) { l->notify(); });
-}
-
 } // namespace
 
 class TestKeelCore : public QObject {
     Q_OBJECT
+    QStringList m_log; // what the observers were told
+    Source m_source;
+
+    void notifyAll()
+    {
+        m_source.broadcast([](Listener* l) { l->notify(); });
+    }
 
 private slots:
-    void init() { QVERIFY(KeelCore::waitForIdle(5000)); }
+    void init()
+    {
+        QVERIFY(KeelCore::waitForIdle(5000));
+        m_log.clear();
+        m_source = Source();
+    }
 
     void guiJobsRunInSubmissionOrderOnGuiThread()
     {
@@ -98,8 +105,7 @@ private slots:
     {
         const int workers = KeelCore::workerThreadCount();
         QVERIFY(workers >= 1);
-        QSemaphore started;
-        QSemaphore release;
+        QSemaphore started, release;
         for (int i = 0; i < workers; ++i) {
             KeelCore::dispatchAsync(KeelCore::QosBackground, [&] {
                 started.release();
@@ -113,16 +119,14 @@ private slots:
         QSemaphore done;
         auto record = [&](const QString& name) {
             return [&, name] {
-                {
-                    QMutexLocker lock(&mutex);
-                    order << name;
-                }
+                QMutexLocker lock(&mutex);
+                order << name;
                 done.release();
             };
         };
-        KeelCore::dispatchAsync(KeelCore::QosBackground, record(QStringLiteral("background-1")));
-        KeelCore::dispatchAsync(KeelCore::QosBackground, record(QStringLiteral("background-2")));
-        KeelCore::dispatchAsync(KeelCore::QosUserInitiated, record(QStringLiteral("user")));
+        KeelCore::dispatchAsync(KeelCore::QosBackground, record("background-1"));
+        KeelCore::dispatchAsync(KeelCore::QosBackground, record("background-2"));
+        KeelCore::dispatchAsync(KeelCore::QosUserInitiated, record("user"));
 
         // Free a single worker: it alone drains the queue, in priority order.
         release.release(1);
@@ -161,8 +165,7 @@ private slots:
 
     void weakRefFollowsTheObjectsLife()
     {
-        QStringList log;
-        auto shared = std::make_unique<SharedListener>("a", &log);
+        auto shared = std::make_unique<SharedListener>("a", &m_log);
         KeelCore::WeakRef<SharedListener> ref = shared->weakRef();
         KeelCore::WeakRef<SharedListener> copy = ref;
         KeelCore::WeakRef<Listener> tracked = KeelCore::makeWeak(static_cast<Listener*>(shared.get()));
@@ -182,92 +185,83 @@ private slots:
 
     void broadcastReachesObserversInOrderOnce()
     {
-        QStringList log;
-        SharedListener a("a", &log);
-        QObjectListener b("b", &log);
-        SharedListener c("c", &log);
-        Source source;
+        SharedListener a("a", &m_log);
+        QObjectListener b("b", &m_log);
+        SharedListener c("c", &m_log);
         for (Listener* observer : std::initializer_list<Listener*>{&a, &b, &c, &a, nullptr}) // a twice
-            source.addObserver(observer);
-        QCOMPARE(source.observerCount(), 3);
-        notifyAll(source);
-        QCOMPARE(log, (QStringList{"a", "b", "c"}));
+            m_source.addObserver(observer);
+        QCOMPARE(m_source.observerCount(), 3);
+        notifyAll();
+        QCOMPARE(m_log, (QStringList{"a", "b", "c"}));
 
-        source.removeObserver(&b);
-        notifyAll(source);
-        QCOMPARE(log, (QStringList{"a", "b", "c", "a", "c"}));
+        m_source.removeObserver(&b);
+        notifyAll();
+        QCOMPARE(m_log, (QStringList{"a", "b", "c", "a", "c"}));
     }
 
     void destroyedObserversAreSkippedAndForgotten()
     {
-        QStringList log;
-        Source source;
-        auto* shared = new SharedListener(QStringLiteral("shared"), &log);
-        auto* qobject = new QObjectListener(QStringLiteral("qobject"), &log);
-        SharedListener survivor(QStringLiteral("survivor"), &log);
+        auto* shared = new SharedListener(QStringLiteral("shared"), &m_log);
+        auto* qobject = new QObjectListener(QStringLiteral("qobject"), &m_log);
+        SharedListener survivor(QStringLiteral("survivor"), &m_log);
         for (Listener* observer : std::initializer_list<Listener*>{shared, qobject, &survivor})
-            source.addObserver(observer);
+            m_source.addObserver(observer);
         delete shared;
         delete qobject;
-        QCOMPARE(source.observerCount(), 1);
-        notifyAll(source);
-        QCOMPARE(log, QStringList{"survivor"});
+        QCOMPARE(m_source.observerCount(), 1);
+        notifyAll();
+        QCOMPARE(m_log, QStringList{"survivor"});
     }
 
     void observerDestroyedDuringBroadcastIsNotCalled()
     {
-        QStringList log;
-        Source source;
-        auto* victim = new SharedListener(QStringLiteral("victim"), &log);
+        auto* victim = new SharedListener(QStringLiteral("victim"), &m_log);
 
         Hook killer([&victim] {
             delete victim;
             victim = nullptr;
         });
-        source.addObserver(&killer);
-        source.addObserver(victim);
-        notifyAll(source);
+        m_source.addObserver(&killer);
+        m_source.addObserver(victim);
+        notifyAll();
         QCOMPARE(victim, nullptr);
-        QVERIFY(log.isEmpty());
-        QCOMPARE(source.observerCount(), 1);
+        QVERIFY(m_log.isEmpty());
+        QCOMPARE(m_source.observerCount(), 1);
     }
 
     void observerAddedDuringBroadcastWaitsForTheNextOne()
     {
-        QStringList log;
-        Source source;
-        SharedListener late(QStringLiteral("late"), &log);
+        SharedListener late(QStringLiteral("late"), &m_log);
 
-        Hook adder([&] { source.addObserver(&late); });
-        source.addObserver(&adder);
-        notifyAll(source);
-        QVERIFY(log.isEmpty());
-        notifyAll(source);
-        QCOMPARE(log, QStringList{"late"});
+        Hook adder([&] { m_source.addObserver(&late); });
+        m_source.addObserver(&adder);
+        notifyAll();
+        QVERIFY(m_log.isEmpty());
+        notifyAll();
+        QCOMPARE(m_log, QStringList{"late"});
     }
 
     void delegatorForgetsADestroyedDelegate()
     {
-        QStringList log;
         KeelCore::Delegator<Listener> delegator;
         const auto call = [](Listener* l) { l->notify(); };
         QVERIFY(!delegator.callDelegate(call));
 
-        auto* first = new SharedListener(QStringLiteral("first"), &log);
+        auto* first = new SharedListener(QStringLiteral("first"), &m_log);
         delegator.setDelegate(first);
         QCOMPARE(delegator.getDelegate(), static_cast<Listener*>(first));
         QVERIFY(delegator.callDelegate(call));
         delete first;
         QCOMPARE(delegator.getDelegate(), nullptr);
         QVERIFY(!delegator.callDelegate(call));
-        QCOMPARE(log, QStringList{"first"});
+        QCOMPARE(m_log, QStringList{"first"});
 
-        QObjectListener second(QStringLiteral("second"), &log);
+        QObjectListener second(QStringLiteral("second"), &m_log);
         delegator.setDelegate(&second);
         QVERIFY(delegator.callDelegate(call));
         delegator.setDelegate(nullptr);
         QVERIFY(!delegator.callDelegate(call));
-        QCOMPARE(log, (QStringList{"first", "second"}));
+        QCOMPARE(m_log, (QStringList{"first", "second"}));
     }
 };
 
