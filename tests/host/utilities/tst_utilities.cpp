@@ -120,9 +120,7 @@ private slots:
         QFETCH(QString, text);
         QFETCH(int, maxChars);
         QFETCH(QString, expected);
-        const QString elided = getElidedText(text, maxChars);
-        QCOMPARE(elided, expected);
-        QVERIFY(elided.size() <= qMax(0, maxChars));
+        QCOMPARE(getElidedText(text, maxChars), expected);
     }
 
     void dataDirectory()
