@@ -97,7 +97,6 @@ private slots:
         QCOMPARE(spreadIndices(10, 1, true), std::vector<int>({9}));
         QCOMPARE(spreadIndices(10, 2, true), std::vector<int>({4, 9}));
         QCOMPARE(spreadIndices(10, 2, false), std::vector<int>({0, 5}));
-        QCOMPARE(spreadIndices(5, 9, true).size(), size_t(5));
         QVERIFY(spreadIndices(5, 0, true).empty());
         QVERIFY(spreadIndices(0, 3, false).empty());
         for (int total : {7, 100, 501}) {
@@ -129,10 +128,7 @@ private slots:
         QFETCH(double, lon);
         QFETCH(double, height);
         QFETCH(int, count);
-        FlightPlanRequest req;
-        req.centreLat = lat;
-        req.centreLon = lon;
-        req.heightAboveGround = height;
+        FlightPlanRequest req{lat, lon, height}; // the default overlaps
         req.count = count;
         const FlightPlan plan = planLawnMower(req, CameraModel());
         QCOMPARE(int(plan.stations.size()), count);
@@ -164,11 +160,10 @@ private slots:
                 QVERIFY(qAbs(s.east - prev.east - plan.rowSpacing) < 1e-9);
             }
         }
-        const int n = int(plan.stations.size());
         // The block is centred on the requested place.
-        QVERIFY(qAbs(sumEast / n) <= plan.rowSpacing);
-        QVERIFY(qAbs(sumNorth / n) <= plan.frontSpacing * plan.photosPerRow / 2.0);
-        QVERIFY(qAbs(sumLat / n - lat) < 0.01);
+        QVERIFY(qAbs(sumEast / count) <= plan.rowSpacing);
+        QVERIFY(qAbs(sumNorth / count) <= plan.frontSpacing * plan.photosPerRow / 2.0);
+        QVERIFY(qAbs(sumLat / count - lat) < 0.01);
         if (count >= 100)
             QVERIFY(plan.rows > 5 && plan.photosPerRow > 5);
     }
