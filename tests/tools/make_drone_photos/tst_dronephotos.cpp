@@ -188,7 +188,6 @@ private slots:
         exif.dop = 1.25;
         exif.bigEndian = bigEndian;
         const QByteArray photo = spliceSegment(smallJpeg(320, 240), buildExifSegment(exif));
-        QVERIFY(!photo.isEmpty());
         const auto* bytes = reinterpret_cast<const unsigned char*>(photo.constData());
 
         Zyn::AppCreate::ExifGpsRecord rec;
