@@ -219,10 +219,8 @@ private slots:
         // Two photos 40 px apart along track: where they overlap they must
         // agree, or the sets would be useless for matching.
         const AerialTexture texture(3);
-        GroundView a;
-        a.metresPerPixel = 0.1;
-        GroundView b = a;
-        b.north = 40 * a.metresPerPixel;
+        const GroundView a{0, 0, 0, 0.1}; // east, north, heading, metres per pixel
+        const GroundView b{0, 40 * a.metresPerPixel, 0, 0.1};
         QImage ia(200, 150, QImage::Format_RGB32), ib(200, 150, QImage::Format_RGB32);
         texture.render(ia, a);
         texture.render(ib, b);
@@ -230,12 +228,11 @@ private slots:
         texture.addGrain(ib, b, 12, 2);
         // B sits further north, so A's ground shows 40 rows lower in B.
         double aligned = 0, unaligned = 0;
-        int n = 0;
+        const int n = 110 * 200;
         for (int y = 0; y < 110; ++y) {
             for (int x = 0; x < 200; ++x) {
                 aligned += qAbs(qGreen(ia.pixel(x, y)) - qGreen(ib.pixel(x, y + 40)));
                 unaligned += qAbs(qGreen(ia.pixel(x, y)) - qGreen(ib.pixel(x, y)));
-                ++n;
             }
         }
         aligned /= n;
