@@ -156,27 +156,6 @@ private slots:
         }
     }
 
-    void polarSystems_data()
-    {
-        QTest::addColumn<QString>("code");
-        QTest::addColumn<bool>("polar");
-        QTest::newRow("LL84") << "LL84" << true;
-        QTest::newRow("ECEF") << "ECEF" << false;
-        QTest::newRow("ETRS89") << "EPSG:4258" << true;
-        QTest::newRow("UTM") << "EPSG:32633" << false;
-        QTest::newRow("compound on geographic") << "EPSG:9707" << true;
-        QTest::newRow("compound on projected") << "EPSG:5555" << false;
-        QTest::newRow("vertical") << "EPSG:5773" << false;
-        QTest::newRow("unknown") << "EPSG:99999999" << false;
-    }
-
-    void polarSystems()
-    {
-        QFETCH(QString, code);
-        QFETCH(bool, polar);
-        QCOMPARE(isPolarCS(code), polar);
-    }
-
     void polarCoordValidity()
     {
         QVERIFY(isPolarCoordValid(0, 0));
@@ -193,34 +172,41 @@ private slots:
         QVERIFY(!isPolarCoordValid(0, kInf));
     }
 
-    void coordValidity_data()
+    // Whether (x, y) lies in the system's area, and whether the system is longitude/latitude.
+    void systems_data()
     {
         QTest::addColumn<QString>("code");
         QTest::addColumn<double>("x");
         QTest::addColumn<double>("y");
         QTest::addColumn<bool>("valid");
+        QTest::addColumn<bool>("polar");
         // UTM 33N is used from 12E to 18E, 0N to 84N.
-        QTest::newRow("UTM 33N centre") << "EPSG:32633" << 500000.0 << 5000000.0 << true;
-        QTest::newRow("UTM 33N east of 18E") << "EPSG:32633" << 800000.0 << 5000000.0 << false;
-        QTest::newRow("Swiss Bern") << "EPSG:2056" << 2600000.0 << 1200000.0 << true;
-        QTest::newRow("Swiss far north") << "EPSG:2056" << 2600000.0 << 1600000.0 << false;
-        QTest::newRow("LL84 anywhere") << "LL84" << -170.0 << -60.0 << true;
-        QTest::newRow("LL84 out of range") << "LL84" << 200.0 << 0.0 << false;
-        QTest::newRow("ETRS89 in Europe") << "EPSG:4258" << 10.0 << 50.0 << true;
-        QTest::newRow("ETRS89 in America") << "EPSG:4258" << -100.0 << 40.0 << false;
-        QTest::newRow("ECEF finite") << "ECEF" << 6378137.0 << 0.0 << true;
-        QTest::newRow("ECEF NaN") << "ECEF" << kNaN << 0.0 << false;
-        QTest::newRow("unknown system") << "EPSG:99999999" << 0.0 << 0.0 << false;
-        QTest::newRow("NaN") << "EPSG:32633" << 500000.0 << kNaN << false;
+        QTest::newRow("UTM 33N centre") << "EPSG:32633" << 500000.0 << 5000000.0 << true << false;
+        QTest::newRow("UTM 33N east of 18E") << "EPSG:32633" << 800000.0 << 5000000.0 << false << false;
+        QTest::newRow("Swiss Bern") << "EPSG:2056" << 2600000.0 << 1200000.0 << true << false;
+        QTest::newRow("Swiss far north") << "EPSG:2056" << 2600000.0 << 1600000.0 << false << false;
+        QTest::newRow("LL84 anywhere") << "LL84" << -170.0 << -60.0 << true << true;
+        QTest::newRow("LL84 out of range") << "LL84" << 200.0 << 0.0 << false << true;
+        QTest::newRow("ETRS89 in Europe") << "EPSG:4258" << 10.0 << 50.0 << true << true;
+        QTest::newRow("ETRS89 in America") << "EPSG:4258" << -100.0 << 40.0 << false << true;
+        QTest::newRow("ECEF finite") << "ECEF" << 6378137.0 << 0.0 << true << false;
+        QTest::newRow("ECEF NaN") << "ECEF" << kNaN << 0.0 << false << false;
+        QTest::newRow("compound on geographic") << "EPSG:9707" << 10.0 << 50.0 << true << true;
+        QTest::newRow("compound on projected, Germany") << "EPSG:5555" << 500000.0 << 5500000.0 << true << false;
+        QTest::newRow("vertical") << "EPSG:5773" << 0.0 << 0.0 << false << false;
+        QTest::newRow("unknown system") << "EPSG:99999999" << 0.0 << 0.0 << false << false;
+        QTest::newRow("NaN") << "EPSG:32633" << 500000.0 << kNaN << false << false;
     }
 
-    void coordValidity()
+    void systems()
     {
         QFETCH(QString, code);
         QFETCH(double, x);
         QFETCH(double, y);
         QFETCH(bool, valid);
+        QFETCH(bool, polar);
         QCOMPARE(isCoordValid(code, x, y), valid);
+        QCOMPARE(isPolarCS(code), polar);
     }
 
     void antimeridianArea()
