@@ -94,7 +94,7 @@ private slots:
             config()->remove(key);
     }
 
-    void absentValuesAnswerDefaults()
+    void absentOrUnreadableValuesAnswerDefaults()
     {
         ConfigManager config(path());
         QVERIFY(config.isHealthy());
@@ -102,6 +102,17 @@ private slots:
         QCOMPARE(config.getString("a/b", "x"), QStringLiteral("x"));
         QCOMPARE(config.getIntList("a/b", {1, 2}), (QList<int>{1, 2}));
         QCOMPARE(config.getInt(QString(), 4), 4);
+
+        // A folder where the file should be: cannot be read or written.
+        QVERIFY(QDir().mkpath(path("folder.ini")));
+        ConfigManager folder(path("folder.ini"));
+        QCOMPARE(folder.getInt("a/b", 3), 3);
+        folder.setValue("a/b", 4); // must not crash nor remove the folder
+        QVERIFY(QFileInfo(path("folder.ini")).isDir());
+        // A missing folder, though, is created.
+        ConfigManager nested(path("deep/er/zynphoto.ini"));
+        nested.setValue("a/b", 1);
+        QVERIFY(QFileInfo::exists(path("deep/er/zynphoto.ini")));
     }
 
     void valuesKeepTheirTypesAcrossInstances()
@@ -182,20 +193,6 @@ private slots:
         ConfigManager again(path());
         QVERIFY(again.isHealthy());
         QCOMPARE(again.getInt("workspace/coordsys_mru_limit", 10), 5);
-    }
-
-    void unreadablePathAnswersDefaults()
-    {
-        // A folder where the file should be: cannot be read or written.
-        QVERIFY(QDir().mkpath(path("folder.ini")));
-        ConfigManager config(path("folder.ini"));
-        QCOMPARE(config.getInt("a/b", 3), 3);
-        config.setValue("a/b", 4); // must not crash nor remove the folder
-        QVERIFY(QFileInfo(path("folder.ini")).isDir());
-        // A missing folder, though, is created.
-        ConfigManager nested(path("deep/er/zynphoto.ini"));
-        nested.setValue("a/b", 1);
-        QVERIFY(QFileInfo::exists(path("deep/er/zynphoto.ini")));
     }
 
     void concurrentUseFromWorkers()
