@@ -56,7 +56,8 @@ Answer<int> entitlement()
 
 Answer<int> credits(int photos)
 {
-    return answer<int>([photos](auto cb) { EntitlementService::GetInstance()->queryCloudCreditsForPhotoCount(photos, cb); });
+    return answer<int>(
+        [photos](auto cb) { EntitlementService::GetInstance()->queryCloudCreditsForPhotoCount(photos, cb); });
 }
 
 Answer<QList<int>> available()
@@ -64,7 +65,8 @@ Answer<QList<int>> available()
     return answer<QList<int>>([](auto cb) { CloudService::GetInstance()->getAvailableCloudCredits(cb); });
 }
 
-class Observer : public CloudServiceProtocol, public EntitlementChangedProtocol, public ShutdownProtocol, public QObject {
+class Observer : public CloudServiceProtocol, public EntitlementChangedProtocol, public ShutdownProtocol,
+                 public QObject {
 public:
     QStringList log;
     void onUserLogIn() override { log << "in"; }

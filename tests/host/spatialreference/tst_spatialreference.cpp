@@ -5,6 +5,7 @@
 #include <QtTest>
 
 using namespace SpatialReference;
+using Definition = CoordinateReferenceSystemDefinition;
 
 namespace {
 
@@ -24,7 +25,7 @@ struct Row {
     QString text() const { return QString("%1|%2|%3|%4|%5").arg(code, description, epsg).arg(int(unit)).arg(type); }
 };
 
-Row rowOf(const CoordinateReferenceSystemDefinition* def)
+Row rowOf(const Definition* def)
 {
     return {def->code(), def->description(), def->datum(), def->epsg(), def->unit(), def->type()};
 }
@@ -32,7 +33,7 @@ Row rowOf(const CoordinateReferenceSystemDefinition* def)
 int loadCount()
 {
     DefinitionArray* array = nullptr;
-    if (CoordinateReferenceSystemDefinition::LoadAll(&array) != Success || !array)
+    if (Definition::LoadAll(&array) != Success || !array)
         return -1;
     const int count = array->GetCount();
     array->Destroy();
@@ -51,9 +52,9 @@ private slots:
     {
         QVERIFY2(!databasePath().isEmpty(), "PROJ's database must be installed for these tests");
         DefinitionArray* array = nullptr;
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array), Success);
+        QCOMPARE(Definition::LoadAll(&array), Success);
         for (int i = 0; i < array->GetCount(); ++i) {
-            Ref<CoordinateReferenceSystemDefinition> def(array->Get(i));
+            Ref<Definition> def(array->Get(i));
             QVERIFY2(!m_rows.contains(def->code()), qPrintable("listed twice: " + def->code()));
             m_rows.insert(def->code(), rowOf(def.get()));
             m_order << def->code();
@@ -126,7 +127,7 @@ private slots:
         int compared = 0;
         for (int i = 0; i < m_order.size(); i += 53, ++compared) {
             const QString code = m_order.at(i);
-            Ref<CoordinateReferenceSystemDefinition> def(CoordinateReferenceSystemDefinition::Create(code));
+            Ref<Definition> def(Definition::Create(code));
             QVERIFY2(def, qPrintable(code));
             const Row row = m_rows.value(code);
             const Row built = rowOf(def.get());
@@ -144,7 +145,7 @@ private slots:
         // The callback sees every definition, in array order.
         QStringList seen;
         DefinitionArray* array = nullptr;
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array, [&seen](CoordinateReferenceSystemDefinition* def, bool&) {
+        QCOMPARE(Definition::LoadAll(&array, [&seen](Definition* def, bool&) {
                      seen << def->code();
                      return Success;
                  }),
@@ -156,28 +157,28 @@ private slots:
         for (const bool viaFlag : {true, false}) {
             int calls = 0;
             array = reinterpret_cast<DefinitionArray*>(0x1);
-            auto stop = [&calls, viaFlag](CoordinateReferenceSystemDefinition*, bool& cancel) {
+            auto stop = [&calls, viaFlag](Definition*, bool& cancel) {
                 const bool last = ++calls == 10;
                 cancel = viaFlag && last;
                 return !viaFlag && last ? Failure : Success;
             };
-            QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array, stop), Cancelled);
+            QCOMPARE(Definition::LoadAll(&array, stop), Cancelled);
             QCOMPARE(array, nullptr);
             QCOMPARE(calls, 10);
         }
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(nullptr), Failure);
+        QCOMPARE(Definition::LoadAll(nullptr), Failure);
     }
 
     void referenceCounting()
     {
         DefinitionArray* array = nullptr;
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array), Success);
+        QCOMPARE(Definition::LoadAll(&array), Success);
         QCOMPARE(array->Get(-1), nullptr);
         QCOMPARE(array->Get(array->GetCount()), nullptr);
         // A definition taken from the array outlives the array (ASan checks the
         // memory); two Gets give two references to the same object.
-        CoordinateReferenceSystemDefinition* first = array->Get(0);
-        CoordinateReferenceSystemDefinition* again = array->Get(0);
+        Definition* first = array->Get(0);
+        Definition* again = array->Get(0);
         QCOMPARE(first, again);
         again->Destroy();
         array->Destroy();
@@ -236,7 +237,8 @@ private slots:
     {
         QTest::addColumn<QString>("wkt");
         QTest::addColumn<int>("unit");
-        const QString geog = "GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\",SPHEROID[\"WGS_1984\",6378137.0,298.257223563]],"
+        const QString geog = "GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\","
+                             "SPHEROID[\"WGS_1984\",6378137.0,298.257223563]],"
                              "PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]]";
         auto projcs = [&geog](const QString& unit) {
             return "PROJCS[\"X\"," + geog + ",PROJECTION[\"Mercator\"],PARAMETER[\"False_Easting\",0.0]," + unit + "]";
@@ -333,7 +335,7 @@ private slots:
         QFETCH(int, type);
         QFETCH(QString, wktStart);
         QFETCH(QString, wktId);
-        Ref<CoordinateReferenceSystemDefinition> def(CoordinateReferenceSystemDefinition::Create(code));
+        Ref<Definition> def(Definition::Create(code));
         QVERIFY(def);
         QCOMPARE(def->code(), stored);
         QCOMPARE(def->type(), type);
@@ -345,7 +347,7 @@ private slots:
     void createRefusesBadCodes()
     {
         for (const char* bad : {"EPSG:99999999", "nonsense", "", "EPSG:", ":4326", "EPSG:43:26"})
-            QVERIFY2(!CoordinateReferenceSystemDefinition::Create(bad), bad);
+            QVERIFY2(!Definition::Create(bad), bad);
     }
 };
 

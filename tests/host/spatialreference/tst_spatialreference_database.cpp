@@ -8,6 +8,7 @@
 #include <cmath>
 
 using namespace SpatialReference;
+using Definition = CoordinateReferenceSystemDefinition;
 
 namespace {
 // PROJ reads its data directory from the environment when a context is
@@ -50,7 +51,7 @@ private slots:
         QCOMPARE(databasePath(), QString());
         DefinitionArray* array = reinterpret_cast<DefinitionArray*>(0x1);
         int calls = 0;
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array, [&calls](CoordinateReferenceSystemDefinition*, bool&) {
+        QCOMPARE(Definition::LoadAll(&array, [&calls](Definition*, bool&) {
                      ++calls;
                      return Success;
                  }),
@@ -59,8 +60,8 @@ private slots:
         QCOMPARE(calls, 0);
 
         // Everything else degrades quietly too.
-        QVERIFY(!CoordinateReferenceSystemDefinition::Create("EPSG:32633"));
-        CoordinateReferenceSystemDefinition* ll84 = CoordinateReferenceSystemDefinition::Create("LL84");
+        QVERIFY(!Definition::Create("EPSG:32633"));
+        Definition* ll84 = Definition::Create("LL84");
         QVERIFY(ll84); // built in, needs no database
         QCOMPARE(ll84->wkt(), QString());
         ll84->Destroy();
@@ -81,7 +82,7 @@ private slots:
         useDataDirectory(QString());
         QVERIFY(!databasePath().isEmpty());
         DefinitionArray* array = nullptr;
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array), Success);
+        QCOMPARE(Definition::LoadAll(&array), Success);
         QVERIFY(array && array->GetCount() > 5000);
         array->Destroy();
         double x = 500000.0, y = 0.0, z = 0.0;
