@@ -19,11 +19,10 @@ namespace {
 
 QByteArray encodeJpeg(const QImage& image)
 {
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
+    QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "JPEG", 90);
-    return bytes;
+    return buffer.data();
 }
 
 QImage solid(const QSize& size, Qt::GlobalColor color)

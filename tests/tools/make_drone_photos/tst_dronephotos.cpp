@@ -9,7 +9,6 @@
 #include <libexif/exif-data.h>
 
 #include <cmath>
-#include <set>
 
 using namespace Zyn::Tools;
 using Zyn::TestSupport::makeDronePhotos;
@@ -21,11 +20,10 @@ QByteArray smallJpeg(int w, int h)
 {
     QImage image(w, h, QImage::Format_RGB32);
     image.fill(QColor(90, 120, 60));
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
+    QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
     image.save(&buffer, "JPG", 80);
-    return bytes;
+    return buffer.data();
 }
 
 // Distance in metres between two nearby positions, on the local tangent plane.
@@ -33,14 +31,7 @@ double metresBetween(double lat1, double lon1, double lat2, double lon2)
 {
     double perLat = 0, perLon = 0;
     metresToDegrees((lat1 + lat2) / 2, 1.0, 1.0, perLat, perLon);
-    const double dn = (lat2 - lat1) / perLat;
-    const double de = (lon2 - lon1) / perLon;
-    return std::hypot(dn, de);
-}
-
-QString tool()
-{
-    return QDir(qEnvironmentVariable("ZYN_TOOLS_DIR")).filePath("make_drone_photos");
+    return std::hypot((lat2 - lat1) / perLat, (lon2 - lon1) / perLon);
 }
 
 } // namespace
@@ -261,7 +252,7 @@ private slots:
         if (!message.startsWith(QLatin1String("missing --out")))
             args << QStringLiteral("--out") << dir;
         QProcess p;
-        p.start(tool(), args);
+        p.start(QDir(qEnvironmentVariable("ZYN_TOOLS_DIR")).filePath("make_drone_photos"), args);
         QVERIFY(p.waitForFinished(30000));
         QCOMPARE(p.exitCode(), 2);
         QVERIFY2(QString::fromUtf8(p.readAllStandardError()).contains(message), qPrintable(message));
