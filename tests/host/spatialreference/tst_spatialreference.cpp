@@ -82,7 +82,6 @@ private slots:
         QTest::newRow("vertical") << "EPSG:5773" << int(UnitCode::Meter) << int(TypeOther) << "-" << "5773";
         QTest::newRow("geographic compound") << "EPSG:9707" << int(UnitCode::Degree) << G << wgs << "9707";
         QTest::newRow("projected compound") << "EPSG:5972" << int(UnitCode::Meter) << P << "" << "5972";
-        QTest::newRow("swiss") << "EPSG:2056" << int(UnitCode::Meter) << P << "CH1903+" << "2056";
         QTest::newRow("WKT text in the database") << "ESRI:53001" << int(UnitCode::Meter) << P << "" << "";
     }
     void catalogueRows()
