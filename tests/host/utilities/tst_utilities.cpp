@@ -122,7 +122,6 @@ private slots:
         QCOMPARE(getElidedText(text, maxChars), expected);
     }
 
-
     // A failed load says why and where, and leaves the document as it was.
     void failuresSayWhy_data()
     {
