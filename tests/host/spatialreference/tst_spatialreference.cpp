@@ -33,11 +33,9 @@ Row rowOf(const Definition* def)
 int loadCount()
 {
     DefinitionArray* array = nullptr;
-    if (Definition::LoadAll(&array) != Success || !array)
-        return -1;
-    const int count = array->GetCount();
-    array->Destroy();
-    return count;
+    const Status status = Definition::LoadAll(&array);
+    const Ref<DefinitionArray> owned(array);
+    return status == Success && array ? array->GetCount() : -1;
 }
 
 } // namespace
