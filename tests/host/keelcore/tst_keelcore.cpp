@@ -6,69 +6,71 @@
 #include <QtTest>
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <stdexcept>
 
 namespace {
-// Set by a GUI job submitted in main() before the application object exists.
-std::atomic<bool> g_earlyJobRan{false};
-std::atomic<bool> g_earlyJobOnGuiThread{false};
+// Where a GUI job submitted in main(), before the application object exists, ran.
+std::atomic<QThread*> g_earlyJobThread{nullptr};
 
+// Each observer writes its name into a log owned by the test, so a call to
+// an observer that should be gone shows up in the log (and, under ASan, as a
+// use after free). A plain Listener is not tracked.
 class Listener {
 public:
+    explicit Listener(QString name = {}, QStringList* log = nullptr) : m_name(std::move(name)), m_log(log) {}
     virtual ~Listener() = default;
-    virtual void notify() = 0;
-};
-
-// Each observer writes into a log owned by the test, so a call to an
-// observer that should be gone shows up in the log (and, under ASan, as a
-// use after free).
-class SharedListener : public Listener, public KeelCore::SharedObject<SharedListener> {
-public:
-    SharedListener(QString name, QStringList* log) : m_name(std::move(name)), m_log(log) {}
-    void notify() override { *m_log << m_name; }
+    virtual void notify() { *m_log << m_name; }
 
 private:
     QString m_name;
     QStringList* m_log;
 };
 
-class QObjectListener : public QObject, public Listener {
-public:
-    QObjectListener(QString name, QStringList* log) : m_name(std::move(name)), m_log(log) {}
-    void notify() override { *m_log << m_name; }
-
-private:
-    QString m_name;
-    QStringList* m_log;
+struct SharedListener : Listener, KeelCore::SharedObject<SharedListener> {
+    using Listener::Listener;
 };
 
-class PlainListener : public Listener {
-public:
-    void notify() override { ++calls; }
-    int calls = 0;
+struct QObjectListener : QObject, Listener {
+    using Listener::Listener;
+};
+
+// A tracked observer that runs the test's code when notified.
+struct Hook : Listener, KeelCore::SharedObject<Hook> {
+    explicit Hook(std::function<void()> run) : m_run(std::move(run)) {}
+    void notify() override { m_run(); }
+    std::function<void()> m_run;
 };
 
 using Source = KeelCore::Broadcaster<Listener>;
-
-void notifyAll(Source& source)
-{
-    source.broadcast([](Listener* l) { l->notify(); });
-}
 
 } // namespace
 
 class TestKeelCore : public QObject {
     Q_OBJECT
+    QStringList m_log; // what the observers were told
+    Source m_source;
+
+    void notifyAll()
+    {
+        m_source.broadcast([](Listener* l) { l->notify(); });
+    }
 
 private slots:
-    void init() { QVERIFY(KeelCore::waitForIdle(5000)); }
+    void init()
+    {
+        QVERIFY(KeelCore::waitForIdle(5000));
+        m_log.clear();
+        m_source = Source();
+    }
 
     void guiJobsRunInSubmissionOrderOnGuiThread()
     {
-        QList<int> order;
+        QList<int> order, expected;
         bool allOnGui = true;
         for (int i = 0; i < 200; ++i) {
+            expected << i;
             KeelCore::dispatchAsync(KeelCore::QosMainThread, [i, &order, &allOnGui] {
                 order << i;
                 allOnGui = allOnGui && KeelCore::isMainThread();
@@ -76,9 +78,7 @@ private slots:
         }
         QVERIFY(order.isEmpty()); // queued, not run inline
         QVERIFY(KeelCore::waitForIdle());
-        QCOMPARE(order.size(), 200);
-        for (int i = 0; i < 200; ++i)
-            QCOMPARE(order.at(i), i);
+        QCOMPARE(order, expected);
         QVERIFY(allOnGui);
     }
 
@@ -93,8 +93,7 @@ private slots:
             KeelCore::dispatchAsync(KeelCore::QosMainThread, [&] { backThread = QThread::currentThread(); });
         });
         QVERIFY(KeelCore::waitForIdle());
-        QVERIFY(workerThread != nullptr);
-        QVERIFY(workerThread != QCoreApplication::instance()->thread());
+        QVERIFY(workerThread && workerThread != QCoreApplication::instance()->thread());
         QVERIFY(!workerSawMain);
         QCOMPARE(backThread, QCoreApplication::instance()->thread());
     }
@@ -105,8 +104,7 @@ private slots:
     {
         const int workers = KeelCore::workerThreadCount();
         QVERIFY(workers >= 1);
-        QSemaphore started;
-        QSemaphore release;
+        QSemaphore started, release;
         for (int i = 0; i < workers; ++i) {
             KeelCore::dispatchAsync(KeelCore::QosBackground, [&] {
                 started.release();
@@ -120,16 +118,14 @@ private slots:
         QSemaphore done;
         auto record = [&](const QString& name) {
             return [&, name] {
-                {
-                    QMutexLocker lock(&mutex);
-                    order << name;
-                }
+                QMutexLocker lock(&mutex);
+                order << name;
                 done.release();
             };
         };
-        KeelCore::dispatchAsync(KeelCore::QosBackground, record(QStringLiteral("background-1")));
-        KeelCore::dispatchAsync(KeelCore::QosBackground, record(QStringLiteral("background-2")));
-        KeelCore::dispatchAsync(KeelCore::QosUserInitiated, record(QStringLiteral("user")));
+        KeelCore::dispatchAsync(KeelCore::QosBackground, record("background-1"));
+        KeelCore::dispatchAsync(KeelCore::QosBackground, record("background-2"));
+        KeelCore::dispatchAsync(KeelCore::QosUserInitiated, record("user"));
 
         // Free a single worker: it alone drains the queue, in priority order.
         release.release(1);
@@ -161,15 +157,12 @@ private slots:
 
     void guiJobSubmittedBeforeTheApplicationRunsOnceItExists()
     {
-        QVERIFY(KeelCore::waitForIdle());
-        QVERIFY(g_earlyJobRan.load());
-        QVERIFY(g_earlyJobOnGuiThread.load());
+        QCOMPARE(g_earlyJobThread.load(), QCoreApplication::instance()->thread());
     }
 
     void weakRefFollowsTheObjectsLife()
     {
-        QStringList log;
-        auto shared = std::make_unique<SharedListener>("a", &log);
+        auto shared = std::make_unique<SharedListener>("a", &m_log);
         KeelCore::WeakRef<SharedListener> ref = shared->weakRef();
         KeelCore::WeakRef<SharedListener> copy = ref;
         KeelCore::WeakRef<Listener> tracked = KeelCore::makeWeak(static_cast<Listener*>(shared.get()));
@@ -182,129 +175,96 @@ private slots:
         QVERIFY(KeelCore::WeakRef<SharedListener>().expired());
 
         // Untracked objects count as living as long as the reference.
-        PlainListener plain;
+        Listener plain;
         QCOMPARE(KeelCore::makeWeak(&plain).lock(), &plain);
-        QVERIFY(KeelCore::makeWeak<PlainListener>(nullptr).expired());
+        QVERIFY(KeelCore::makeWeak<Listener>(nullptr).expired());
     }
 
     void broadcastReachesObserversInOrderOnce()
     {
-        QStringList log;
-        SharedListener a("a", &log);
-        QObjectListener b("b", &log);
-        SharedListener c("c", &log);
-        Source source;
-        source.addObserver(&a);
-        source.addObserver(&b);
-        source.addObserver(&c);
-        source.addObserver(&a); // already there
-        source.addObserver(nullptr);
-        QCOMPARE(source.observerCount(), 3);
-        notifyAll(source);
-        QCOMPARE(log, (QStringList{"a", "b", "c"}));
+        SharedListener a("a", &m_log);
+        QObjectListener b("b", &m_log);
+        SharedListener c("c", &m_log);
+        for (Listener* observer : std::initializer_list<Listener*>{&a, &b, &c, &a, nullptr}) // a twice
+            m_source.addObserver(observer);
+        QCOMPARE(m_source.observerCount(), 3);
+        notifyAll();
+        QCOMPARE(m_log, (QStringList{"a", "b", "c"}));
 
-        source.removeObserver(&b);
-        notifyAll(source);
-        QCOMPARE(log, (QStringList{"a", "b", "c", "a", "c"}));
+        m_source.removeObserver(&b);
+        notifyAll();
+        QCOMPARE(m_log, (QStringList{"a", "b", "c", "a", "c"}));
     }
 
     void destroyedObserversAreSkippedAndForgotten()
     {
-        QStringList log;
-        Source source;
-        auto* shared = new SharedListener(QStringLiteral("shared"), &log);
-        auto* qobject = new QObjectListener(QStringLiteral("qobject"), &log);
-        SharedListener survivor(QStringLiteral("survivor"), &log);
-        source.addObserver(shared);
-        source.addObserver(qobject);
-        source.addObserver(&survivor);
+        auto* shared = new SharedListener(QStringLiteral("shared"), &m_log);
+        auto* qobject = new QObjectListener(QStringLiteral("qobject"), &m_log);
+        SharedListener survivor(QStringLiteral("survivor"), &m_log);
+        for (Listener* observer : std::initializer_list<Listener*>{shared, qobject, &survivor})
+            m_source.addObserver(observer);
         delete shared;
         delete qobject;
-        QCOMPARE(source.observerCount(), 1);
-        notifyAll(source);
-        QCOMPARE(log, QStringList{"survivor"});
+        QCOMPARE(m_source.observerCount(), 1);
+        notifyAll();
+        QCOMPARE(m_log, QStringList{"survivor"});
     }
 
     void observerDestroyedDuringBroadcastIsNotCalled()
     {
-        QStringList log;
-        Source source;
-        auto* victim = new SharedListener(QStringLiteral("victim"), &log);
+        auto* victim = new SharedListener(QStringLiteral("victim"), &m_log);
 
-        class Killer : public Listener, public KeelCore::SharedObject<Killer> {
-        public:
-            explicit Killer(SharedListener** target) : m_target(target) {}
-            void notify() override
-            {
-                delete *m_target;
-                *m_target = nullptr;
-            }
-
-        private:
-            SharedListener** m_target;
-        } killer(&victim);
-
-        source.addObserver(&killer);
-        source.addObserver(victim);
-        notifyAll(source);
+        Hook killer([&victim] {
+            delete victim;
+            victim = nullptr;
+        });
+        m_source.addObserver(&killer);
+        m_source.addObserver(victim);
+        notifyAll();
         QCOMPARE(victim, nullptr);
-        QVERIFY(log.isEmpty());
-        QCOMPARE(source.observerCount(), 1);
+        QVERIFY(m_log.isEmpty());
+        QCOMPARE(m_source.observerCount(), 1);
     }
 
     void observerAddedDuringBroadcastWaitsForTheNextOne()
     {
-        QStringList log;
-        Source source;
-        SharedListener late(QStringLiteral("late"), &log);
+        SharedListener late(QStringLiteral("late"), &m_log);
 
-        class Adder : public Listener, public KeelCore::SharedObject<Adder> {
-        public:
-            Adder(Source* source, Listener* late) : m_source(source), m_late(late) {}
-            void notify() override { m_source->addObserver(m_late); }
-
-        private:
-            Source* m_source;
-            Listener* m_late;
-        } adder(&source, &late);
-
-        source.addObserver(&adder);
-        notifyAll(source);
-        QVERIFY(log.isEmpty());
-        notifyAll(source);
-        QCOMPARE(log, QStringList{"late"});
+        Hook adder([&] { m_source.addObserver(&late); });
+        m_source.addObserver(&adder);
+        notifyAll();
+        QVERIFY(m_log.isEmpty());
+        notifyAll();
+        QCOMPARE(m_log, QStringList{"late"});
     }
 
     void delegatorForgetsADestroyedDelegate()
     {
-        QStringList log;
         KeelCore::Delegator<Listener> delegator;
-        QVERIFY(!delegator.callDelegate([](Listener* l) { l->notify(); }));
+        const auto call = [](Listener* l) { l->notify(); };
+        QVERIFY(!delegator.callDelegate(call));
 
-        auto* first = new SharedListener(QStringLiteral("first"), &log);
+        auto* first = new SharedListener(QStringLiteral("first"), &m_log);
         delegator.setDelegate(first);
         QCOMPARE(delegator.getDelegate(), static_cast<Listener*>(first));
-        QVERIFY(delegator.callDelegate([](Listener* l) { l->notify(); }));
+        QVERIFY(delegator.callDelegate(call));
         delete first;
         QCOMPARE(delegator.getDelegate(), nullptr);
-        QVERIFY(!delegator.callDelegate([](Listener* l) { l->notify(); }));
-        QCOMPARE(log, QStringList{"first"});
+        QVERIFY(!delegator.callDelegate(call));
+        QCOMPARE(m_log, QStringList{"first"});
 
-        QObjectListener second(QStringLiteral("second"), &log);
+        QObjectListener second(QStringLiteral("second"), &m_log);
         delegator.setDelegate(&second);
-        QVERIFY(delegator.callDelegate([](Listener* l) { l->notify(); }));
+        QVERIFY(delegator.callDelegate(call));
         delegator.setDelegate(nullptr);
-        QVERIFY(!delegator.callDelegate([](Listener* l) { l->notify(); }));
-        QCOMPARE(log, (QStringList{"first", "second"}));
+        QVERIFY(!delegator.callDelegate(call));
+        QCOMPARE(m_log, (QStringList{"first", "second"}));
     }
 };
 
 int main(int argc, char** argv)
 {
-    KeelCore::dispatchAsync(KeelCore::QosMainThread, [] {
-        g_earlyJobOnGuiThread = KeelCore::isMainThread();
-        g_earlyJobRan = true;
-    });
+    KeelCore::dispatchAsync(KeelCore::QosMainThread, [] { g_earlyJobThread = QThread::currentThread(); });
     QCoreApplication app(argc, argv);
     TestKeelCore test;
     return QTest::qExec(&test, argc, argv);

@@ -7,6 +7,7 @@
 #include <services/ShutdownProtocol.h>
 
 #include <keelcore/Dispatch.h>
+#include <support/TestSupport.h>
 #include <utilities/Constants.h>
 
 #include <QtTest>
@@ -16,6 +17,8 @@
 #include <vector>
 
 using namespace Zyn::Services;
+using Zyn::TestSupport::readFile;
+using Zyn::TestSupport::writeFile;
 namespace Keys = Zyn::Utilities;
 
 namespace {
@@ -53,7 +56,8 @@ Answer<int> entitlement()
 
 Answer<int> credits(int photos)
 {
-    return answer<int>([photos](auto cb) { EntitlementService::GetInstance()->queryCloudCreditsForPhotoCount(photos, cb); });
+    return answer<int>(
+        [photos](auto cb) { EntitlementService::GetInstance()->queryCloudCreditsForPhotoCount(photos, cb); });
 }
 
 Answer<QList<int>> available()
@@ -61,7 +65,8 @@ Answer<QList<int>> available()
     return answer<QList<int>>([](auto cb) { CloudService::GetInstance()->getAvailableCloudCredits(cb); });
 }
 
-class Observer : public CloudServiceProtocol, public EntitlementChangedProtocol, public ShutdownProtocol, public QObject {
+class Observer : public CloudServiceProtocol, public EntitlementChangedProtocol, public ShutdownProtocol,
+                 public QObject {
 public:
     QStringList log;
     void onUserLogIn() override { log << "in"; }
@@ -79,12 +84,6 @@ class TestServices : public QObject {
 
     QString path(const QString& name = QStringLiteral("zynphoto.ini")) const { return m_dir->filePath(name); }
 
-    bool writeFile(const QString& file, const QByteArray& bytes)
-    {
-        QFile f(file);
-        return f.open(QIODevice::WriteOnly) && f.write(bytes) == bytes.size();
-    }
-
 private slots:
     void initTestCase() { QStandardPaths::setTestModeEnabled(true); }
     void init()
@@ -92,12 +91,12 @@ private slots:
         m_dir = std::make_unique<QTemporaryDir>();
         QVERIFY(m_dir->isValid());
         qunsetenv("ZYN_CONFIG_FILE");
-        config()->remove(Keys::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE);
-        config()->remove(Keys::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS);
-        config()->remove(Keys::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS);
+        for (const char* key : {Keys::CFG_ELEM_ACCOUNT_ENTITLEMENT_TYPE, Keys::CFG_ELEM_ACCOUNT_AVAILABLE_CREDITS,
+                                Keys::CFG_ELEM_ACCOUNT_CREDITS_PER_100_PHOTOS})
+            config()->remove(key);
     }
 
-    void absentValuesAnswerDefaults()
+    void absentOrUnreadableValuesAnswerDefaults()
     {
         ConfigManager config(path());
         QVERIFY(config.isHealthy());
@@ -105,6 +104,17 @@ private slots:
         QCOMPARE(config.getString("a/b", "x"), QStringLiteral("x"));
         QCOMPARE(config.getIntList("a/b", {1, 2}), (QList<int>{1, 2}));
         QCOMPARE(config.getInt(QString(), 4), 4);
+
+        // A folder where the file should be: cannot be read or written.
+        QVERIFY(QDir().mkpath(path("folder.ini")));
+        ConfigManager folder(path("folder.ini"));
+        QCOMPARE(folder.getInt("a/b", 3), 3);
+        folder.setValue("a/b", 4); // must not crash nor remove the folder
+        QVERIFY(QFileInfo(path("folder.ini")).isDir());
+        // A missing folder, though, is created.
+        ConfigManager nested(path("deep/er/zynphoto.ini"));
+        nested.setValue("a/b", 1);
+        QVERIFY(QFileInfo::exists(path("deep/er/zynphoto.ini")));
     }
 
     void valuesKeepTheirTypesAcrossInstances()
@@ -180,28 +190,11 @@ private slots:
         config.setValue("workspace/coordsys_mru_limit", 5);
         QVERIFY(config.isHealthy());
         QCOMPARE(config.getInt("workspace/coordsys_mru_limit", 10), 5);
-        QVERIFY(!config.backupPath().isEmpty());
-        QFile kept(config.backupPath());
-        QVERIFY(kept.open(QIODevice::ReadOnly));
-        QCOMPARE(kept.readAll(), damaged);
+        QCOMPARE(readFile(config.backupPath()), damaged);
 
         ConfigManager again(path());
         QVERIFY(again.isHealthy());
         QCOMPARE(again.getInt("workspace/coordsys_mru_limit", 10), 5);
-    }
-
-    void unreadablePathAnswersDefaults()
-    {
-        // A folder where the file should be: cannot be read or written.
-        QVERIFY(QDir().mkpath(path("folder.ini")));
-        ConfigManager config(path("folder.ini"));
-        QCOMPARE(config.getInt("a/b", 3), 3);
-        config.setValue("a/b", 4); // must not crash nor remove the folder
-        QVERIFY(QFileInfo(path("folder.ini")).isDir());
-        // A missing folder, though, is created.
-        ConfigManager nested(path("deep/er/zynphoto.ini"));
-        nested.setValue("a/b", 1);
-        QVERIFY(QFileInfo::exists(path("deep/er/zynphoto.ini")));
     }
 
     void concurrentUseFromWorkers()
@@ -293,32 +286,27 @@ private slots:
         QCOMPARE(EntitlementService::requiredCredits(photos, rate), expected);
     }
 
-    void observersAreTold()
+    // Each service tells its observers once per change; a destroyed one is skipped.
+    void observersAreToldOnce()
     {
         Observer observer;
+        auto* gone = new Observer;
         CloudService* cloud = CloudService::GetInstance();
         cloud->addObserver(&observer);
         EntitlementService::GetInstance()->addObserver(&observer);
+        ApplicationService::GetInstance()->addObserver(&observer);
+        ApplicationService::GetInstance()->addObserver(gone);
+        delete gone;
         QVERIFY(cloud->isUserLoggedIn());
         cloud->setUserLoggedIn(true); // no change, no news
         cloud->setUserLoggedIn(false);
         cloud->setUserLoggedIn(true);
         EntitlementService::GetInstance()->notifyEntitlementChanged();
-        QCOMPARE(observer.log, (QStringList{"out", "in", "changed"}));
+        ApplicationService::GetInstance()->shutdown();
+        ApplicationService::GetInstance()->shutdown();
+        QCOMPARE(observer.log, (QStringList{"out", "in", "changed", "shutdown"}));
         cloud->removeObserver(&observer);
         EntitlementService::GetInstance()->removeObserver(&observer);
-    }
-
-    void shutdownIsToldOnce()
-    {
-        Observer observer;
-        auto* gone = new Observer;
-        ApplicationService::GetInstance()->addObserver(&observer);
-        ApplicationService::GetInstance()->addObserver(gone);
-        delete gone;
-        ApplicationService::GetInstance()->shutdown();
-        ApplicationService::GetInstance()->shutdown();
-        QCOMPARE(observer.log, QStringList{"shutdown"});
     }
 };
 

