@@ -272,6 +272,7 @@ private slots:
         QTest::newRow("not a code") << C << "garbage" << E << int(NotFound) << "";
         QTest::newRow("epsg not a number") << C << "EPSG:12x" << E << int(NotFound) << "";
         QTest::newRow("empty code") << C << "" << E << int(NotFound) << "";
+        QTest::newRow("authority without a code") << C << "IGNF:" << E << int(NotFound) << "";
         QTest::newRow("number") << E << "32633" << C << int(Success) << "EPSG:32633";
         QTest::newRow("4326 is LL84") << E << "4326" << C << int(Success) << "LL84";
         QTest::newRow("leading zeros") << E << "004326" << C << int(Success) << "LL84";
