@@ -46,20 +46,20 @@ public:
     void GetSettings(bool& mesh, bool& pointCloud, bool& orthoMap, float& pixelSizeMeters,
                      QString& coordSysId) const override
     {
-        mesh = m_mesh;
-        pointCloud = m_pointCloud;
-        orthoMap = m_orthoMap;
-        pixelSizeMeters = m_pixelSize;
-        coordSysId = m_coordSys;
+        mesh = settings.mesh;
+        pointCloud = settings.pointCloud;
+        orthoMap = settings.orthoMap;
+        pixelSizeMeters = settings.pixelSize;
+        coordSysId = settings.coordSys;
     }
 
     void setModelName(const QString& name) { m_modelName = name; }
 
-    bool m_mesh = true;
-    bool m_pointCloud = false;
-    bool m_orthoMap = false;
-    float m_pixelSize = 0.01f;
-    QString m_coordSys = QStringLiteral("LL84");
+    struct Settings {
+        bool mesh, pointCloud, orthoMap;
+        float pixelSize;
+        QString coordSys;
+    } settings{true, false, false, 0.01f, QStringLiteral("LL84")};
 };
 
 class ExtraCommand : public Zyn::UiBase::CommandBase {
@@ -133,7 +133,8 @@ private slots:
         QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("photos"))));
         for (int i = 0; i < 30; ++i) {
             const QString path = m_dir.filePath(QStringLiteral("photos/IMG_%1.jpg").arg(i));
-            QVERIFY(i < 3 ? GpsJpeg::writeWithGps(path, {46.5 + i * 0.001, 7.9, 1500}, i) : GpsJpeg::writePlain(path, i));
+            QVERIFY(i < 3 ? GpsJpeg::writeWithGps(path, {46.5 + i * 0.001, 7.9, 1500}, i)
+                          : GpsJpeg::writePlain(path, i));
             (i < 3 ? m_photos : m_more) << path;
         }
     }
@@ -144,6 +145,7 @@ private slots:
         QSettings().clear();
         configure({}, {}, {});
         m_dialogs.record();
+        m_answers.clear();
         Zyn::UiBase::FileDialog::setHandler([](const Zyn::UiBase::FileDialog::Request&) { return QStringList(); });
     }
     void cleanup()
@@ -213,11 +215,7 @@ private slots:
         canvas->setFileSelected(m_photos.at(1), false);
 
         TestFlyout* flyout = vc->flyout;
-        flyout->m_mesh = true;
-        flyout->m_pointCloud = true;
-        flyout->m_orthoMap = false;
-        flyout->m_pixelSize = 0.05f;
-        flyout->m_coordSys = QStringLiteral("EPSG:32633");
+        flyout->settings = {true, true, false, 0.05f, QStringLiteral("EPSG:32633")};
         flyout->setModelName(QStringLiteral("Flow_1"));
 
         auto* create = canvas->findChild<QPushButton*>(QStringLiteral("create_button"));
@@ -236,9 +234,7 @@ private slots:
 
         // The flyout's choices and the included photos reach the project (the
         // manifest's full form is the service's test).
-        QFile file(folder + QStringLiteral("/project.json"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonObject m = QJsonDocument::fromJson(file.readAll()).object();
+        const QJsonObject m = QJsonDocument::fromJson(Zyn::TestSupport::readFile(folder + "/project.json")).object();
         QCOMPARE(m.value("outputs").toObject().value("pointCloud").toBool(), true);
         QCOMPARE(m.value("pixelSizeMeters").toDouble(), 0.05);
         QCOMPARE(m.value("coordinateSystem").toObject().value("code").toString(), QStringLiteral("EPSG:32633"));
@@ -325,10 +321,7 @@ private slots:
     {
         TestCreateVC* vc = makeView();
         QVERIFY(!vc->validateThumbnailItem({}));
-        SCloudFile remote;
-        remote.path = QStringLiteral("cloud://abc");
-        remote.isLocal = false;
-        QVERIFY(vc->createThumbnailItem(remote).isNull());
+        QVERIFY(vc->createThumbnailItem(SCloudFile{QStringLiteral("cloud://abc"), {}, 0, false}).isNull());
 
         const SCloudFile local = SCloudFile::fromLocalPath(m_photos.at(0));
         QCOMPARE(local.name, QStringLiteral("IMG_0.jpg"));
@@ -359,13 +352,11 @@ private slots:
         TestFlyout later(state, nullptr);
         QVERIFY(later.HasUserAcceptedTermsAndConditions());
         QSettings settings;
-        settings.beginGroup(QLatin1String(U::CFG_ELEM_GENERAL));
-        QCOMPARE(settings.value(QLatin1String(U::CFG_ELEM_TERMS_ACCEPTED)).toBool(), true);
-        settings.endGroup();
+        const QString key = QLatin1String(U::CFG_ELEM_GENERAL) + '/' + QLatin1String(U::CFG_ELEM_TERMS_ACCEPTED);
+        QCOMPARE(settings.value(key).toBool(), true);
 
         // A value that is not a yes counts as not accepted.
-        settings.setValue(QStringLiteral("%1/%2").arg(QLatin1String(U::CFG_ELEM_GENERAL), QLatin1String(U::CFG_ELEM_TERMS_ACCEPTED)),
-                          QStringLiteral("garbage"));
+        settings.setValue(key, QStringLiteral("garbage"));
         QVERIFY(!later.HasUserAcceptedTermsAndConditions());
     }
     void realTermsDialog_data()
@@ -428,10 +419,10 @@ private slots:
         TestFlyout flyout(state, nullptr);
         flyout.setModelName(QStringLiteral("Credits"));
         configure(type, pools.isEmpty() ? QVariant() : pools, per100);
-        Answer answer;
-        askEntitlement(flyout, answer);
-        QCOMPARE(answer.ok, refusal.isEmpty());
-        QVERIFY(answer.onGuiThread);
+        ask(flyout);
+        QTRY_COMPARE(m_answers.size(), 1);
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(m_answers, QStringList{refusal.isEmpty() ? "yes" : "no"});
         QCOMPARE(m_dialogs.size(), refusal.isEmpty() ? 0 : 1);
         if (!refusal.isEmpty()) {
             QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("Not enough cloud credits."));
@@ -444,41 +435,27 @@ private slots:
         MainState state;
         TestFlyout flyout(state, nullptr);
         flyout.setModelName(QStringLiteral("Existing"));
-        int calls = 0;
-        bool ok = true;
-        const auto ask = [&] { flyout.validateEntitlement([&](bool answer) { ++calls; ok = answer; }); };
-        ask();
+        ask(flyout);
         // Answered before returning: the dialog is still open with the name.
-        QCOMPARE(calls, 1);
-        QVERIFY(!ok);
+        QCOMPARE(m_answers, QStringList{"no"});
         QCOMPARE(m_dialogs.size(), 1);
         QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("The project cannot be created."));
         QCOMPARE(m_dialogs.at(0).secondaryText, ProcessingService::projectExistsText(QStringLiteral("Existing")));
 
         flyout.setModelName(QStringLiteral(".hidden"));
-        ask();
-        QCOMPARE(calls, 2);
-        QVERIFY(!ok);
+        ask(flyout);
+        QCOMPARE(m_answers, QStringList({"no", "no"}));
         QCOMPARE(m_dialogs.size(), 2);
     }
 
 private:
-    // Answers the entitlement check for the flyout: {called, answer, on GUI thread}.
-    struct Answer {
-        int calls = 0;
-        bool ok = false;
-        bool onGuiThread = false;
-    };
-    void askEntitlement(CreateModelFlyout& flyout, Answer& answer)
+    // Asks the flyout whether to process; its answers land in m_answers, marked when off the GUI thread.
+    void ask(CreateModelFlyout& flyout)
     {
-        flyout.validateEntitlement([&answer](bool ok) {
-            ++answer.calls;
-            answer.ok = ok;
-            answer.onGuiThread = QThread::currentThread() == qApp->thread();
+        flyout.validateEntitlement([this](bool ok) {
+            const bool onGui = QThread::currentThread() == qApp->thread();
+            m_answers << QString(ok ? "yes" : "no") + (onGui ? "" : " (worker thread)");
         });
-        QTRY_COMPARE(answer.calls, 1);
-        QVERIFY(KeelCore::waitForIdle());
-        QCOMPARE(answer.calls, 1);
     }
     void configure(const QVariant& type, const QVariant& credits, const QVariant& per100)
     {
@@ -515,6 +492,7 @@ private:
     QStringList m_photos; // with GPS
     QStringList m_more;   // without, 30 in all
     Zyn::TestSupport::DialogRecorder m_dialogs;
+    QStringList m_answers;
     QList<QPointer<TestCreateVC>> m_views;
 };
 
