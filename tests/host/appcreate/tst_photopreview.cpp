@@ -139,9 +139,7 @@ private slots:
         nextSession.browseForPhotos();
         QVERIFY(QDir(lastFolder).removeRecursively());
         nextSession.browseForPhotos();
-        QCOMPARE(starts.size(), 3);
-        QCOMPARE(starts.at(1), lastFolder);
-        QCOMPARE(starts.at(2), gone.path());
+        QCOMPARE(starts.mid(1), QStringList({lastFolder, gone.path()}));
         QVERIFY(KeelCore::waitForIdle());
     }
 

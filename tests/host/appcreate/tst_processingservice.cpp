@@ -93,8 +93,8 @@ private slots:
             QString folder;
             QVERIFY(!m_service->submitProject(request(name, {"ne.jpg"}), &folder, &error));
             QVERIFY(folder.isEmpty());
-            QVERIFY(!QFileInfo::exists(ProcessingService::projectsDirectory() + QStringLiteral("/") + name)
-                    || name == QLatin1String(".") || name == QLatin1String("..") || name.trimmed().isEmpty());
+            const auto hidden = QDir::AllEntries | QDir::NoDotAndDotDot | QDir::Hidden;
+            QCOMPARE(QDir(ProcessingService::projectsDirectory()).entryList(hidden), QStringList());
         }
     }
     void manifestHoldsExactlyTheRequest()
