@@ -272,22 +272,16 @@ private slots:
     }
     void sessionPhotosComeBackUnlessStopped()
     {
-        {
-            TestCreateVC* first = makeView(false);
-            canvasOf(first)->addFiles(m_photos.mid(0, 2));
-        }
+        canvasOf(makeView(false))->addFiles(m_photos.mid(0, 2));
         TestCreateVC* reloading = makeView(false);
         QCOMPARE(canvasOf(reloading)->getFiles(), m_photos.mid(0, 2));
-
-        TestCreateVC* stopped = makeView(true);
-        QVERIFY(canvasOf(stopped)->getFiles().isEmpty());
+        QVERIFY(canvasOf(makeView(true))->getFiles().isEmpty());
 
         // Photos deleted since then are left out, quietly.
         QFile::copy(m_photos.at(2), m_dir.filePath(QStringLiteral("temp.jpg")));
         canvasOf(reloading)->addFiles({m_dir.filePath(QStringLiteral("temp.jpg"))});
         QVERIFY(QFile::remove(m_dir.filePath(QStringLiteral("temp.jpg"))));
-        TestCreateVC* again = makeView(false);
-        QCOMPARE(canvasOf(again)->getFiles(), m_photos.mid(0, 2));
+        QCOMPARE(canvasOf(makeView(false))->getFiles(), m_photos.mid(0, 2));
     }
     void autoBrowseOpensThePhotoBrowserOnce()
     {
@@ -305,8 +299,7 @@ private slots:
         QVERIFY(KeelCore::waitForIdle());
         QCOMPARE(asked, 1);
 
-        TestCreateVC* quiet = makeView(true, false);
-        quiet->viewDidAppear();
+        makeView(true, false)->viewDidAppear();
         QVERIFY(KeelCore::waitForIdle());
         QCOMPARE(asked, 1);
     }
@@ -470,9 +463,8 @@ private:
         vc->stopReloading = stopReloading;
         vc->autoBrowse = autoBrowse;
         m_views << vc;
-        QWidget* view = vc->getView();
-        view->resize(900, 600);
-        view->show();
+        vc->getView()->resize(900, 600);
+        vc->getView()->show();
         vc->Initialize();
         return vc;
     }

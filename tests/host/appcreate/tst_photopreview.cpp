@@ -130,10 +130,7 @@ private slots:
             starts << r.directory;
             return answer;
         });
-        {
-            PhotoPreview canvas;
-            canvas.browseForPhotos();
-        }
+        PhotoPreview().browseForPhotos();
         answer.clear();
         PhotoPreview nextSession;
         nextSession.browseForPhotos();
@@ -434,8 +431,7 @@ private slots:
         PhotoPreview canvas;
         QVERIFY(Zyn::TestSupport::showExposed(&canvas, QSize(900, 600)));
         auto* loader = ThumbnailLoader::instance();
-        QStringList started;
-        QStringList finished;
+        QStringList started, finished;
         // The user empties the canvas as soon as the first decode is on a worker.
         connect(loader, &ThumbnailLoader::loadStarted, &canvas, [&](const QString& path) {
             started << path;
