@@ -360,23 +360,19 @@ private slots:
         MainState state;
         TestFlyout flyout(state, nullptr);
         bool acceptWasDisabled = false;
-        bool creditsPromised = false;
-        QTimer::singleShot(0, this, [&] {
-            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            QVERIFY(dialog);
+        Zyn::TestSupport::whenModalShown<QDialog>([&](QDialog* dialog) {
             auto* button = dialog->findChild<QPushButton*>(accept ? "terms_accept_button" : "terms_decline_button");
             auto* check = dialog->findChild<QCheckBox*>(QStringLiteral("terms_checkBox"));
             auto* text = dialog->findChild<QTextBrowser*>(QStringLiteral("terms_textBrowser"));
             QVERIFY(button && check && text);
-            creditsPromised = text->toPlainText().contains(QStringLiteral("cloud credits"));
+            // Credits are promised only to an account that pays with them.
+            QCOMPARE(text->toPlainText().contains(QStringLiteral("cloud credits")), account.toInt() == 0);
             acceptWasDisabled = !dialog->findChild<QPushButton*>("terms_accept_button")->isEnabled();
             QTest::mouseClick(check, Qt::LeftButton, {}, QPoint(5, check->height() / 2));
             QTest::mouseClick(button, Qt::LeftButton);
         });
         QCOMPARE(flyout.AskUserToAcceptTermsAndConditions(), accept);
         QVERIFY(acceptWasDisabled);
-        // Credits are promised only to an account that pays with them.
-        QCOMPARE(creditsPromised, account.toInt() == 0);
         QCOMPARE(flyout.HasUserAcceptedTermsAndConditions(), accept);
     }
     void entitlementDecidesWhetherToProcess_data()
