@@ -123,9 +123,8 @@ private slots:
     void noticesAreShownEscaped()
     {
         DashboardVC dashboard;
-        QWidget* view = dashboard.getView();
-        view->show();
-        auto* label = view->findChild<QLabel*>(QStringLiteral("plugin_notice_label"));
+        dashboard.getView()->show();
+        auto* label = dashboard.getView()->findChild<QLabel*>(QStringLiteral("plugin_notice_label"));
         QVERIFY(!label->isVisible());
         dashboard.addNotice(QStringLiteral("libA.so: <not> a plug-in"));
         dashboard.addNotice(QStringLiteral("libB.so: wrong interface"));
