@@ -175,7 +175,6 @@ private slots:
 
         // The application's command shows in the command bar.
         QVERIFY(vc->getView()->findChild<QToolButton*>(QStringLiteral("cmd_ExtraCommand")));
-        QVERIFY(vc->findCommand(QStringLiteral("ExtraCommand")));
         QVERIFY(vc->commands().contains(vc->findCommand(QStringLiteral("CreateViewCommands"))));
     }
     void fileChangesReachObserversAndState()
