@@ -32,11 +32,7 @@ namespace {
 class TestFlyout : public CreateModelFlyout {
     Q_OBJECT
 public:
-    TestFlyout(MainState& state, QWidget* parent)
-        : CreateModelFlyout(state, parent)
-    {
-        resize(240, 160);
-    }
+    using CreateModelFlyout::CreateModelFlyout;
 
     void GetSettings(bool& mesh, bool& pointCloud, bool& orthoMap, float& pixelSizeMeters,
                      QString& coordSysId) const override
