@@ -141,8 +141,7 @@ private slots:
     }
     void cleanup()
     {
-        for (const auto& vc : m_views)
-            delete vc.data();
+        qDeleteAll(m_views);
         m_views.clear();
         QVERIFY(KeelCore::waitForIdle());
         m_dialogs.stop();

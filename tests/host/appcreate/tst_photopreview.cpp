@@ -106,7 +106,6 @@ private slots:
 
     void init()
     {
-        FileDialog::clearHandler();
         ThumbnailLoader::instance()->setPaused(false);
         QVERIFY(KeelCore::waitForIdle());
     }
