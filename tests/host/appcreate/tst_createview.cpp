@@ -301,7 +301,7 @@ private slots:
     {
         TestCreateVC* vc = makeView();
         QVERIFY(!vc->validateThumbnailItem({}));
-        QVERIFY(vc->createThumbnailItem(SCloudFile{QStringLiteral("cloud://abc"), {}, 0, false}).isNull());
+        QVERIFY(vc->createThumbnailItem(SCloudFile{QStringLiteral("cloud://abc"), {}, 0, false}).isNull()); // remote
 
         const SCloudFile local = SCloudFile::fromLocalPath(m_photos.at(0));
         QCOMPARE(local.name, QStringLiteral("IMG_0.jpg"));
