@@ -1,9 +1,4 @@
-// The create view base driven as an application and a user drive it:
-// set-up order, file notifications, the create flow into a project
-// folder, refusals, session photos and the thumbnail rules; and its
-// flyout base: terms accepted once and remembered (through the seam and
-// through the real dialog), and the entitlement check for self-hosted and
-// credit accounts and for names already taken.
+// The create view base and its flyout base, driven as an application and a user drive them.
 #include "GpsJpeg.h"
 
 #include <appcreate/CreateModelFlyout.h>
@@ -37,29 +32,25 @@ namespace {
 class TestFlyout : public CreateModelFlyout {
     Q_OBJECT
 public:
-    TestFlyout(MainState& state, QWidget* parent)
-        : CreateModelFlyout(state, parent)
-    {
-        resize(240, 160);
-    }
+    using CreateModelFlyout::CreateModelFlyout;
 
     void GetSettings(bool& mesh, bool& pointCloud, bool& orthoMap, float& pixelSizeMeters,
                      QString& coordSysId) const override
     {
-        mesh = m_mesh;
-        pointCloud = m_pointCloud;
-        orthoMap = m_orthoMap;
-        pixelSizeMeters = m_pixelSize;
-        coordSysId = m_coordSys;
+        mesh = settings.mesh;
+        pointCloud = settings.pointCloud;
+        orthoMap = settings.orthoMap;
+        pixelSizeMeters = settings.pixelSize;
+        coordSysId = settings.coordSys;
     }
 
     void setModelName(const QString& name) { m_modelName = name; }
 
-    bool m_mesh = true;
-    bool m_pointCloud = false;
-    bool m_orthoMap = false;
-    float m_pixelSize = 0.01f;
-    QString m_coordSys = QStringLiteral("LL84");
+    struct Settings {
+        bool mesh, pointCloud, orthoMap;
+        float pixelSize;
+        QString coordSys;
+    } settings{true, false, false, 0.01f, QStringLiteral("LL84")};
 };
 
 class ExtraCommand : public Zyn::UiBase::CommandBase {
@@ -133,7 +124,8 @@ private slots:
         QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("photos"))));
         for (int i = 0; i < 30; ++i) {
             const QString path = m_dir.filePath(QStringLiteral("photos/IMG_%1.jpg").arg(i));
-            QVERIFY(i < 3 ? GpsJpeg::writeWithGps(path, {46.5 + i * 0.001, 7.9, 1500}, i) : GpsJpeg::writePlain(path, i));
+            QVERIFY(i < 3 ? GpsJpeg::writeWithGps(path, {46.5 + i * 0.001, 7.9, 1500}, i)
+                          : GpsJpeg::writePlain(path, i));
             (i < 3 ? m_photos : m_more) << path;
         }
     }
@@ -144,12 +136,12 @@ private slots:
         QSettings().clear();
         configure({}, {}, {});
         m_dialogs.record();
+        m_answers.clear();
         Zyn::UiBase::FileDialog::setHandler([](const Zyn::UiBase::FileDialog::Request&) { return QStringList(); });
     }
     void cleanup()
     {
-        for (const auto& vc : m_views)
-            delete vc.data();
+        qDeleteAll(m_views);
         m_views.clear();
         QVERIFY(KeelCore::waitForIdle());
         m_dialogs.stop();
@@ -170,7 +162,6 @@ private slots:
         QVERIFY(vc->stateAtLoad);
         QCOMPARE(vc->getState(), static_cast<QObject*>(vc->stateAtLoad));
         PhotoPreview* canvas = vc->stateAtLoad->getPhotoCanvas();
-        QVERIFY(canvas);
         QCOMPARE(vc->centralWidget(CreateViewController::CentralCanvas), static_cast<QWidget*>(canvas));
         QVERIFY(vc->getView()->isAncestorOf(canvas));
         // Installing the canvas again is harmless.
@@ -179,7 +170,6 @@ private slots:
 
         // The application's command shows in the command bar.
         QVERIFY(vc->getView()->findChild<QToolButton*>(QStringLiteral("cmd_ExtraCommand")));
-        QVERIFY(vc->findCommand(QStringLiteral("ExtraCommand")));
         QVERIFY(vc->commands().contains(vc->findCommand(QStringLiteral("CreateViewCommands"))));
     }
     void fileChangesReachObserversAndState()
@@ -213,11 +203,7 @@ private slots:
         canvas->setFileSelected(m_photos.at(1), false);
 
         TestFlyout* flyout = vc->flyout;
-        flyout->m_mesh = true;
-        flyout->m_pointCloud = true;
-        flyout->m_orthoMap = false;
-        flyout->m_pixelSize = 0.05f;
-        flyout->m_coordSys = QStringLiteral("EPSG:32633");
+        flyout->settings = {true, true, false, 0.05f, QStringLiteral("EPSG:32633")};
         flyout->setModelName(QStringLiteral("Flow_1"));
 
         auto* create = canvas->findChild<QPushButton*>(QStringLiteral("create_button"));
@@ -226,7 +212,6 @@ private slots:
         QCOMPARE(vc->calls, QStringList({"create", "coordsys"}));
         QCOMPARE(vc->filesAtCoordSys, QStringList({m_photos.at(0), m_photos.at(2)}));
         QVERIFY(flyout->isVisible());
-        QVERIFY(m_dialogs.isEmpty());
 
         QSignalSpy submitted(vc, &CreateViewController::projectSubmitted);
         flyout->accept();
@@ -236,9 +221,7 @@ private slots:
 
         // The flyout's choices and the included photos reach the project (the
         // manifest's full form is the service's test).
-        QFile file(folder + QStringLiteral("/project.json"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QJsonObject m = QJsonDocument::fromJson(file.readAll()).object();
+        const QJsonObject m = QJsonDocument::fromJson(Zyn::TestSupport::readFile(folder + "/project.json")).object();
         QCOMPARE(m.value("outputs").toObject().value("pointCloud").toBool(), true);
         QCOMPARE(m.value("pixelSizeMeters").toDouble(), 0.05);
         QCOMPARE(m.value("coordinateSystem").toObject().value("code").toString(), QStringLiteral("EPSG:32633"));
@@ -283,22 +266,16 @@ private slots:
     }
     void sessionPhotosComeBackUnlessStopped()
     {
-        {
-            TestCreateVC* first = makeView(false);
-            canvasOf(first)->addFiles(m_photos.mid(0, 2));
-        }
+        canvasOf(makeView(false))->addFiles(m_photos.mid(0, 2));
         TestCreateVC* reloading = makeView(false);
         QCOMPARE(canvasOf(reloading)->getFiles(), m_photos.mid(0, 2));
-
-        TestCreateVC* stopped = makeView(true);
-        QVERIFY(canvasOf(stopped)->getFiles().isEmpty());
+        QVERIFY(canvasOf(makeView(true))->getFiles().isEmpty());
 
         // Photos deleted since then are left out, quietly.
         QFile::copy(m_photos.at(2), m_dir.filePath(QStringLiteral("temp.jpg")));
         canvasOf(reloading)->addFiles({m_dir.filePath(QStringLiteral("temp.jpg"))});
         QVERIFY(QFile::remove(m_dir.filePath(QStringLiteral("temp.jpg"))));
-        TestCreateVC* again = makeView(false);
-        QCOMPARE(canvasOf(again)->getFiles(), m_photos.mid(0, 2));
+        QCOMPARE(canvasOf(makeView(false))->getFiles(), m_photos.mid(0, 2));
     }
     void autoBrowseOpensThePhotoBrowserOnce()
     {
@@ -316,8 +293,7 @@ private slots:
         QVERIFY(KeelCore::waitForIdle());
         QCOMPARE(asked, 1);
 
-        TestCreateVC* quiet = makeView(true, false);
-        quiet->viewDidAppear();
+        makeView(true, false)->viewDidAppear();
         QVERIFY(KeelCore::waitForIdle());
         QCOMPARE(asked, 1);
     }
@@ -325,10 +301,7 @@ private slots:
     {
         TestCreateVC* vc = makeView();
         QVERIFY(!vc->validateThumbnailItem({}));
-        SCloudFile remote;
-        remote.path = QStringLiteral("cloud://abc");
-        remote.isLocal = false;
-        QVERIFY(vc->createThumbnailItem(remote).isNull());
+        QVERIFY(vc->createThumbnailItem(SCloudFile{QStringLiteral("cloud://abc"), {}, 0, false}).isNull()); // remote
 
         const SCloudFile local = SCloudFile::fromLocalPath(m_photos.at(0));
         QCOMPARE(local.name, QStringLiteral("IMG_0.jpg"));
@@ -359,13 +332,11 @@ private slots:
         TestFlyout later(state, nullptr);
         QVERIFY(later.HasUserAcceptedTermsAndConditions());
         QSettings settings;
-        settings.beginGroup(QLatin1String(U::CFG_ELEM_GENERAL));
-        QCOMPARE(settings.value(QLatin1String(U::CFG_ELEM_TERMS_ACCEPTED)).toBool(), true);
-        settings.endGroup();
+        const QString key = QLatin1String(U::CFG_ELEM_GENERAL) + '/' + QLatin1String(U::CFG_ELEM_TERMS_ACCEPTED);
+        QCOMPARE(settings.value(key).toBool(), true);
 
         // A value that is not a yes counts as not accepted.
-        settings.setValue(QStringLiteral("%1/%2").arg(QLatin1String(U::CFG_ELEM_GENERAL), QLatin1String(U::CFG_ELEM_TERMS_ACCEPTED)),
-                          QStringLiteral("garbage"));
+        settings.setValue(key, QStringLiteral("garbage"));
         QVERIFY(!later.HasUserAcceptedTermsAndConditions());
     }
     void realTermsDialog_data()
@@ -383,23 +354,19 @@ private slots:
         MainState state;
         TestFlyout flyout(state, nullptr);
         bool acceptWasDisabled = false;
-        bool creditsPromised = false;
-        QTimer::singleShot(0, this, [&] {
-            auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
-            QVERIFY(dialog);
+        Zyn::TestSupport::whenModalShown<QDialog>([&](QDialog* dialog) {
             auto* button = dialog->findChild<QPushButton*>(accept ? "terms_accept_button" : "terms_decline_button");
             auto* check = dialog->findChild<QCheckBox*>(QStringLiteral("terms_checkBox"));
             auto* text = dialog->findChild<QTextBrowser*>(QStringLiteral("terms_textBrowser"));
             QVERIFY(button && check && text);
-            creditsPromised = text->toPlainText().contains(QStringLiteral("cloud credits"));
+            // Credits are promised only to an account that pays with them.
+            QCOMPARE(text->toPlainText().contains(QStringLiteral("cloud credits")), account.toInt() == 0);
             acceptWasDisabled = !dialog->findChild<QPushButton*>("terms_accept_button")->isEnabled();
             QTest::mouseClick(check, Qt::LeftButton, {}, QPoint(5, check->height() / 2));
             QTest::mouseClick(button, Qt::LeftButton);
         });
         QCOMPARE(flyout.AskUserToAcceptTermsAndConditions(), accept);
         QVERIFY(acceptWasDisabled);
-        // Credits are promised only to an account that pays with them.
-        QCOMPARE(creditsPromised, account.toInt() == 0);
         QCOMPARE(flyout.HasUserAcceptedTermsAndConditions(), accept);
     }
     void entitlementDecidesWhetherToProcess_data()
@@ -428,10 +395,10 @@ private slots:
         TestFlyout flyout(state, nullptr);
         flyout.setModelName(QStringLiteral("Credits"));
         configure(type, pools.isEmpty() ? QVariant() : pools, per100);
-        Answer answer;
-        askEntitlement(flyout, answer);
-        QCOMPARE(answer.ok, refusal.isEmpty());
-        QVERIFY(answer.onGuiThread);
+        ask(flyout);
+        QTRY_COMPARE(m_answers.size(), 1);
+        QVERIFY(KeelCore::waitForIdle());
+        QCOMPARE(m_answers, QStringList{refusal.isEmpty() ? "yes" : "no"});
         QCOMPARE(m_dialogs.size(), refusal.isEmpty() ? 0 : 1);
         if (!refusal.isEmpty()) {
             QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("Not enough cloud credits."));
@@ -444,41 +411,27 @@ private slots:
         MainState state;
         TestFlyout flyout(state, nullptr);
         flyout.setModelName(QStringLiteral("Existing"));
-        int calls = 0;
-        bool ok = true;
-        const auto ask = [&] { flyout.validateEntitlement([&](bool answer) { ++calls; ok = answer; }); };
-        ask();
+        ask(flyout);
         // Answered before returning: the dialog is still open with the name.
-        QCOMPARE(calls, 1);
-        QVERIFY(!ok);
+        QCOMPARE(m_answers, QStringList{"no"});
         QCOMPARE(m_dialogs.size(), 1);
         QCOMPARE(m_dialogs.at(0).mainText, QStringLiteral("The project cannot be created."));
         QCOMPARE(m_dialogs.at(0).secondaryText, ProcessingService::projectExistsText(QStringLiteral("Existing")));
 
         flyout.setModelName(QStringLiteral(".hidden"));
-        ask();
-        QCOMPARE(calls, 2);
-        QVERIFY(!ok);
+        ask(flyout);
+        QCOMPARE(m_answers, QStringList({"no", "no"}));
         QCOMPARE(m_dialogs.size(), 2);
     }
 
 private:
-    // Answers the entitlement check for the flyout: {called, answer, on GUI thread}.
-    struct Answer {
-        int calls = 0;
-        bool ok = false;
-        bool onGuiThread = false;
-    };
-    void askEntitlement(CreateModelFlyout& flyout, Answer& answer)
+    // Asks the flyout whether to process; its answers land in m_answers, marked when off the GUI thread.
+    void ask(CreateModelFlyout& flyout)
     {
-        flyout.validateEntitlement([&answer](bool ok) {
-            ++answer.calls;
-            answer.ok = ok;
-            answer.onGuiThread = QThread::currentThread() == qApp->thread();
+        flyout.validateEntitlement([this](bool ok) {
+            const bool onGui = QThread::currentThread() == qApp->thread();
+            m_answers << QString(ok ? "yes" : "no") + (onGui ? "" : " (worker thread)");
         });
-        QTRY_COMPARE(answer.calls, 1);
-        QVERIFY(KeelCore::waitForIdle());
-        QCOMPARE(answer.calls, 1);
     }
     void configure(const QVariant& type, const QVariant& credits, const QVariant& per100)
     {
@@ -500,9 +453,8 @@ private:
         vc->stopReloading = stopReloading;
         vc->autoBrowse = autoBrowse;
         m_views << vc;
-        QWidget* view = vc->getView();
-        view->resize(900, 600);
-        view->show();
+        vc->getView()->resize(900, 600);
+        vc->getView()->show();
         vc->Initialize();
         return vc;
     }
@@ -515,6 +467,7 @@ private:
     QStringList m_photos; // with GPS
     QStringList m_more;   // without, 30 in all
     Zyn::TestSupport::DialogRecorder m_dialogs;
+    QStringList m_answers;
     QList<QPointer<TestCreateVC>> m_views;
 };
 

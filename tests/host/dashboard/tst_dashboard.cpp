@@ -123,9 +123,8 @@ private slots:
     void noticesAreShownEscaped()
     {
         DashboardVC dashboard;
-        QWidget* view = dashboard.getView();
-        view->show();
-        auto* label = view->findChild<QLabel*>(QStringLiteral("plugin_notice_label"));
+        dashboard.getView()->show();
+        auto* label = dashboard.getView()->findChild<QLabel*>(QStringLiteral("plugin_notice_label"));
         QVERIFY(!label->isVisible());
         dashboard.addNotice(QStringLiteral("libA.so: <not> a plug-in"));
         dashboard.addNotice(QStringLiteral("libB.so: wrong interface"));
@@ -144,12 +143,10 @@ private slots:
         auto* none = view->findChild<QLabel*>(QStringLiteral("no_projects_label"));
         QVERIFY(none->isVisible() && !list->isVisible());
 
-        Zyn::AppCreate::ProjectRequest request;
-        request.name = QStringLiteral("Quarry");
-        request.photos = QStringList{m_photo};
-        request.coordSysId = QStringLiteral("LL84");
+        const Zyn::AppCreate::ProjectRequest request{"Quarry", {m_photo}, true, false, false, 0.01f, "LL84"};
         QString folder, error;
-        QVERIFY2(Zyn::AppCreate::ProcessingService::instance()->submitProject(request, &folder, &error), qPrintable(error));
+        QVERIFY2(Zyn::AppCreate::ProcessingService::instance()->submitProject(request, &folder, &error),
+                 qPrintable(error));
         QCOMPARE(list->topLevelItemCount(), 1);
         QVERIFY(list->isVisible() && !none->isVisible());
         QCOMPARE(list->topLevelItem(0)->text(0), QStringLiteral("Quarry"));
@@ -183,7 +180,8 @@ private slots:
         panel->setMainView(create->getView());
         panel->setBackButton(false);
         dashboard.presentViewController(panel, TransitionFromRight);
-        QCOMPARE(create->KeelCore::Delegator<PresentViewProtocol>::getDelegate(), static_cast<PresentViewProtocol*>(&dashboard));
+        QCOMPARE(create->KeelCore::Delegator<PresentViewProtocol>::getDelegate(),
+                 static_cast<PresentViewProtocol*>(&dashboard));
 
         // What the create view presents lands on the dashboard, above it.
         auto* inner = new Zyn::UiToolkit::ActionPanelVC(new BaseViewController);
