@@ -213,9 +213,7 @@ private slots:
         table->item(0, 1)->setText("8.5");
         table->item(0, 2)->setText("47.25");
         QVERIFY(becomesTrue(*maps, "gcpPinCount() === 1 && pins['GCP1'].getLatLng().lat === 47.25"));
-        GcpMarker marker;
-        marker.image = photos.first();
-        editor.gcpInfoEditor()->markers()["GCP1"] << marker;
+        editor.gcpInfoEditor()->markers()["GCP1"] << GcpMarker{QString(), photos.first()};
         editor.onMarkerChanged();
         QVERIFY(becomesTrue(*maps, QString("cameras['%1'].options.fillColor === '#2ca02c'").arg(photos.first())));
         eval(*maps, "pins['GCP1']._icon.click()");

@@ -240,28 +240,35 @@ private slots:
         QCOMPARE(SurveyFileFlow::lastDirectory(), dir.filePath("sub"));
     }
 
-    // An unwritable target is reported with its path, and the dialog seam
-    // shows it as an error.
+    // An unwritable target, or an LL84 copy of a system that cannot be
+    // converted, is reported with its path and nothing is written; the
+    // dialog seam shows it as an error.
     void saveFailureIsReported_data()
     {
         QTest::addColumn<QString>("relative");
-        QTest::newRow("missing folder") << "no/such/folder/s.xml";
-        QTest::newRow("target is a folder") << "taken.xml";
+        QTest::addColumn<bool>("ll84");
+        QTest::newRow("missing folder") << "no/such/folder/s.xml" << false;
+        QTest::newRow("target is a folder") << "taken.xml" << false;
+        QTest::newRow("LL84 copy of an unknown system") << "export.xml" << true;
     }
 
     void saveFailureIsReported()
     {
         QFETCH(QString, relative);
+        QFETCH(bool, ll84);
         QTemporaryDir dir;
         QVERIFY(QDir(dir.path()).mkdir("taken.xml"));
         const QString path = dir.filePath(relative);
+        const GcpCoordSysInfo cs = ll84 ? GcpCoordSysInfo("EPSG:999999", "nowhere", "999999", 1, "", 0)
+                                        : GcpCoordSysInfo::ll84();
 
-        const SurveyFileResult result =
-            SurveyFileFlow::writeFile(path, {}, sampleGcps(2), GcpCoordSysInfo::ll84(), false);
+        const SurveyFileResult result = SurveyFileFlow::writeFile(path, {}, sampleGcps(2), cs, ll84);
         QCOMPARE(result.status, SurveyFileResult::Failed);
         QVERIFY2(result.error.startsWith(QStringLiteral("could not write %1: ").arg(QDir::toNativeSeparators(path))),
                  qPrintable(result.error));
         QVERIFY(result.error.size() > QStringLiteral("could not write %1: ").arg(path).size());
+        QVERIFY2(!ll84 || result.error.contains("EPSG:999999"), qPrintable(result.error));
+        QVERIFY(!QFileInfo(path).isFile());
 
         m_shown.record();
         SurveyFileFlow::reportSaveFailure(nullptr, result);
@@ -299,17 +306,6 @@ private slots:
         QCOMPARE(Zyn::TestSupport::readFile(path), good);
         // No temporary file is left beside it.
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{"survey.xml"});
-    }
-
-    void ll84ExportOfAnUnknownSystemFails()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("export.xml");
-        const GcpCoordSysInfo unknown("EPSG:999999", "nowhere", "999999", 1, "", 0);
-        const SurveyFileResult bad = SurveyFileFlow::writeFile(path, {}, sampleGcps(2), unknown, true);
-        QCOMPARE(bad.status, SurveyFileResult::Failed);
-        QVERIFY2(bad.error.contains("EPSG:999999"), qPrintable(bad.error));
-        QVERIFY(!QFile::exists(path));
     }
 
     void cancelledOrMissing()
