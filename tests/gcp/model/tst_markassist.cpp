@@ -21,15 +21,12 @@ const QStringList kFlight = {"--count", "30", "--lat", "47.07", "--lon", "15.44"
 
 GroundPoint groundOf(const TargetTruth& truth, const QString& name)
 {
-    GroundPoint p;
     for (const auto& t : truth.points) {
-        if (t.name != name)
-            continue;
         double x = t.x, y = t.y, z = t.z;
-        Tarn::GIS::transformCoordToLL84(truth.crs, x, y, z);
-        p = GroundPoint{x, y, t.z, true};
+        if (t.name == name && Tarn::GIS::transformCoordToLL84(truth.crs, x, y, z))
+            return GroundPoint{x, y, t.z, true};
     }
-    return p;
+    return GroundPoint();
 }
 
 // The truth's corner-origin pixel in marker coordinates.
@@ -141,16 +138,13 @@ private slots:
                     continue;
                 const bool shows = truth.contains(QFileInfo(path).fileName());
                 const bool has = suggester.hasSuggestion(point.name, path);
-                shown += shows ? 1 : 0;
-                notShown += shows ? 0 : 1;
-                if (has && !shows)
-                    ++wrong;
+                shown += shows;
+                notShown += !shows;
+                wrong += has && !shows;
                 if (has && shows) {
                     ++found;
-                    const double error = QLineF(suggester.suggestion(point.name, path).pixel,
-                                                markerCoords(truth.value(QFileInfo(path).fileName())))
-                                             .length();
-                    close += error <= 1.5 ? 1 : 0;
+                    const QPointF real = markerCoords(truth.value(QFileInfo(path).fileName()));
+                    close += QLineF(suggester.suggestion(point.name, path).pixel, real).length() <= 1.5;
                 }
             }
         }
