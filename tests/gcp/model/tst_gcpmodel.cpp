@@ -713,17 +713,15 @@ private slots:
         QTest::addColumn<int>("first"); // status code of the first parse
         QTest::addColumn<QString>("reason"); // its message, for invalid rows
         QTest::addColumn<QStringList>("records");
-        QTest::addColumn<QStringList>("existing");
         // Rows a first parse reads whole, rows it refuses some lines of (saying why), rows without a header.
         const auto clean = [](const char* name, const QString& text, const QStringList& records) {
-            QTest::newRow(name) << text << 0 << QString() << records << QStringList();
+            QTest::newRow(name) << text << 0 << QString() << records;
         };
         const auto invalid = [](const char* name, const QString& text, const QString& why, const QStringList& records) {
-            QTest::newRow(name) << text << int(GcpCopyFormatter::StatusInvalidRows) << why << records << QStringList();
+            QTest::newRow(name) << text << int(GcpCopyFormatter::StatusInvalidRows) << why << records;
         };
-        const auto headerless = [](const char* name, const QString& text, const QStringList& records,
-                                   const QStringList& existing = {}) {
-            QTest::newRow(name) << text << int(GcpCopyFormatter::StatusNoHeader) << QString() << records << existing;
+        const auto headerless = [](const char* name, const QString& text, const QStringList& records) {
+            QTest::newRow(name) << text << int(GcpCopyFormatter::StatusNoHeader) << QString() << records;
         };
         clean("NAME X Y Z", "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\n", {"GCP1 100 200 300 -"});
         clean("units, BOM, CRLF, trailing separator",
@@ -762,13 +760,11 @@ private slots:
         const QStringList empties{"", "\n\n\n", "\r\n  \r\n\t\r\n", ",,,\n\t\t\n", "Name\tX\tY\tZ\n"};
         for (const QString& empty : empties) // blank, CRLF and spaces, separators only, header only
             QTest::addRow("no data %d", int(empties.indexOf(empty)))
-                << empty << int(GcpCopyFormatter::StatusNoData) << QString() << QStringList() << QStringList();
+                << empty << int(GcpCopyFormatter::StatusNoData) << QString() << QStringList();
 
         headerless("headerless", "P1\t1\t2\t3\nP2\t4\t5\t6", {"P1 1 2 3 -", "P2 4 5 6 -"});
         headerless("numeric point numbers", "101,10.5,20.5,30.5\n102,11,21,31",
                    {"101 10.5 20.5 30.5 -", "102 11 21 31 -"});
-        headerless("coordinates only, names avoid the table", "1\t2\t3\n4\t5\t6", {"GCP2 1 2 3 -", "GCP4 4 5 6 -"},
-                   {"gcp1", "GCP3"});
         headerless("checkpoint column", "A\t1\t2\t3\tTRUE\nB\t4\t5\t6\tfalse", {"A 1 2 3 cp", "B 4 5 6 -"});
         headerless("text columns before, extra after", "A\tcode\t1\t2\t3\t0.01\t0.02\nB\tcode\t4\t5\t6\t0.01\t0.02",
                    {"A 1 2 3 -", "B 4 5 6 -"});
@@ -782,9 +778,7 @@ private slots:
         QFETCH(int, first);
         QFETCH(QString, reason);
         QFETCH(QStringList, records);
-        QFETCH(QStringList, existing);
         GcpCopyFormatter formatter(text);
-        formatter.setExistingNames(existing);
         Parsed p = parseOnce(formatter);
         QCOMPARE(p.status.code, first);
         QCOMPARE(p.ok, first == 0);
