@@ -53,8 +53,7 @@ GcpInfo point(const QString& name, double x, double y, bool checkpoint = false)
     return gcp;
 }
 
-// The context menu the table opens at pos, as its actions' texts; "(off)"
-// marks a disabled one.
+// The context menu the table opens at pos, as its actions' texts; "(off)" marks a disabled one.
 QStringList contextMenuAt(QTableWidget* table, const QPoint& pos)
 {
     QStringList texts;
@@ -529,8 +528,7 @@ private slots:
                  QStringLiteral("Displaying images: 4 of 4"));
     }
 
-    // Assisted marking on a generated flight: nothing becomes a marker
-    // without the surveyor's key or click.
+    // Assisted marking on a generated flight: nothing becomes a marker without the surveyor's key or click.
     void assistKeysAndClicksDecide()
     {
         openFlight(false);

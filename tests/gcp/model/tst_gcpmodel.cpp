@@ -1,5 +1,4 @@
-// The GCP model: point records, their status, the files they are kept in,
-// and copying and pasting them as text.
+// The GCP model: point records, their status, the files they are kept in, and copying and pasting them as text.
 
 #include <gcp/model/GcpColor.h>
 #include <gcp/model/GcpCopyFormatter.h>
@@ -280,8 +279,7 @@ private slots:
         QCOMPARE(m_shown.size(), 1);
     }
 
-    // A write that fails half-way (here: the file-size limit) leaves the
-    // survey that was there untouched.
+    // A write that fails half-way (here: the file-size limit) leaves the survey that was there untouched.
     void failedWriteKeepsTheOldFile()
     {
         QTemporaryDir dir;
@@ -589,8 +587,7 @@ private slots:
         QCOMPARE(ids.size(), 20000);
     }
 
-    // Points sharing a name are never merged: the later ones are renamed and
-    // keep their own markers.
+    // Points sharing a name are never merged: the later ones are renamed and keep their own markers.
     void sharedNamesAreSeparated()
     {
         GcpList gcps;
@@ -1006,8 +1003,7 @@ private slots:
         QCOMPARE(GcpCopyFormatter::normalizeHeader("Coord1)"), QStringLiteral("coord1"));
     }
 
-    // Each question is asked once; "no" or closing it stops the paste. An
-    // error ends it.
+    // Each question is asked once; "no" or closing it stops the paste. An error ends it.
     void questions_data()
     {
         QTest::addColumn<QString>("text");

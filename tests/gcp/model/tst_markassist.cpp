@@ -46,8 +46,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!m_cache.isLoading(), 20000);
     }
 
-    // Before any mark the true pixel lies inside the circle on the photos
-    // that show the target.
+    // Before any mark the true pixel lies inside the circle on the photos that show the target.
     void predictionsHoldTheTruePixel()
     {
         int shown = 0, inside = 0;
@@ -229,8 +228,7 @@ private slots:
         }
     }
 
-    // Printed coded targets: found on every photo that shows them, at their
-    // centre, never with another id.
+    // Printed coded targets: found on every photo that shows them, at their centre, never with another id.
     void codedTargetsFound()
     {
         QTemporaryDir dir;
