@@ -42,13 +42,13 @@ GcpCoordSysInfo utm33()
                            QStringLiteral("32633"), 1, QStringLiteral("WGS 84"), 0);
 }
 
-GcpInfo point(const QString& name, double x, double y, bool checkpoint = false)
+GcpInfo point(const QString& name, double x, double y, double z = 350.25, bool checkpoint = false)
 {
     GcpInfo gcp;
     gcp.name = name;
     gcp.coord1 = x;
     gcp.coord2 = y;
-    gcp.coord3 = 350.25;
+    gcp.coord3 = z;
     gcp.checkpoint = checkpoint;
     return gcp;
 }
@@ -129,7 +129,7 @@ private slots:
 
         // Start carries the points into the project, checkpoints kept apart.
         editor->gcpInfoEditor()->addGcps({point(QStringLiteral("T2"), 500100, 5200000),
-                                          point(QStringLiteral("CP 1"), 500050, 5200050, true)});
+                                          point(QStringLiteral("CP 1"), 500050, 5200050, 350.25, true)});
         editor->gcpInfoEditor()->setCoordSys(utm33());
         MarkerMap& markers = editor->gcpInfoEditor()->markers();
         markers[QStringLiteral("T1")] << GcpMarker{QString(), m_photos.at(0), QPoint(120, 80), 1}
@@ -532,32 +532,36 @@ private slots:
     void assistKeysAndClicksDecide()
     {
         openFlight(false);
-        const QString first = m_flight.first();
-        markAtTruth(first);
+        // The surveyor's mark, at the true pixel of the first photo showing the point.
+        const QPointF truth = m_truth.pixelsOf(m_point).value(QFileInfo(m_flight.first()).fileName());
+        const QPoint pixel(int(std::floor(truth.x())), int(std::floor(truth.y())));
+        m_marking->openImage(m_flight.first());
+        QTRY_VERIFY(m_pane->isFullResolution());
+        m_pane->centreOn(QPointF(pixel), m_pane->closeScale());
+        QTest::mouseClick(m_pane, Qt::LeftButton, Qt::NoModifier, m_pane->getLocalPoint(pixel));
         QCOMPARE(m_markers.value(m_point).size(), 1);
         MarkSuggester* assist = m_marking->assist();
         QTRY_VERIFY_WITH_TIMEOUT(assist->suggestedPhotos(m_point).size() >= 4 && !assist->isBusy(), 20000);
         // Suggestions wait; the marker map holds only the surveyor's mark.
         QCOMPARE(m_markers.value(m_point).size(), 1);
 
-        ImagePane* pane = m_marking->imagePane();
         QStringList waiting = assist->suggestedPhotos(m_point);
         // Enter accepts on the open photo and moves to the next suggestion.
         m_marking->openImage(waiting.at(0));
         const MarkSuggestion s = assist->suggestion(m_point, waiting.at(0));
-        QTest::keyClick(pane, Qt::Key_Return);
+        QTest::keyClick(m_pane, Qt::Key_Return);
         QCOMPARE(markerOn(waiting.at(0)), QPoint(qRound(s.pixel.x()), qRound(s.pixel.y())));
         QCOMPARE(m_marking->currentImage(), waiting.at(1));
         // Delete rejects: no marker, and the photo is not offered again.
-        QTest::keyClick(pane, Qt::Key_Delete);
+        QTest::keyClick(m_pane, Qt::Key_Delete);
         QCOMPARE(markerOn(waiting.at(1)), QPoint(-1, -1));
         QVERIFY(!assist->hasSuggestion(m_point, waiting.at(1)));
         // A click on a suggestion takes its pixel, not the clicked one.
         m_marking->openImage(waiting.at(2));
-        QTRY_VERIFY(pane->isFullResolution());
-        const QPoint suggested = pane->suggestionPixel();
-        pane->centreOn(QPointF(suggested), 1.0);
-        QTest::mouseClick(pane, Qt::LeftButton, Qt::NoModifier, pane->getLocalPoint(suggested) + QPoint(3, -2));
+        QTRY_VERIFY(m_pane->isFullResolution());
+        const QPoint suggested = m_pane->suggestionPixel();
+        m_pane->centreOn(QPointF(suggested), 1.0);
+        QTest::mouseClick(m_pane, Qt::LeftButton, Qt::NoModifier, m_pane->getLocalPoint(suggested) + QPoint(3, -2));
         QCOMPARE(markerOn(waiting.at(2)), suggested);
 
         // New marks search again; the rejected photo stays rejected.
@@ -602,11 +606,8 @@ private:
         QCOMPARE(m_flight.size(), 12);
         m_truth = Zyn::Tools::readTargetTruth(m_flightDir->path());
         m_gcps.clear();
-        for (const auto& t : m_truth.points) {
-            GcpInfo gcp = point(t.name, t.x, t.y);
-            gcp.coord3 = t.z;
-            m_gcps.insert(t.name, gcp);
-        }
+        for (const auto& t : m_truth.points)
+            m_gcps.insert(t.name, point(t.name, t.x, t.y, t.z));
         // The point seen on the most photos.
         m_point = m_truth.points.first().name;
         for (const auto& t : m_truth.points)
@@ -621,17 +622,6 @@ private:
         const QHash<QString, QPointF> truth = m_truth.pixelsOf(m_point);
         std::stable_partition(m_flight.begin(), m_flight.end(),
                               [&](const QString& p) { return truth.contains(QFileInfo(p).fileName()); });
-    }
-
-    void markAtTruth(const QString& path)
-    {
-        const QPointF t = m_truth.pixelsOf(m_point).value(QFileInfo(path).fileName());
-        const QPoint pixel(int(std::floor(t.x())), int(std::floor(t.y())));
-        m_marking->openImage(path);
-        ImagePane* pane = m_marking->imagePane();
-        QTRY_VERIFY(pane->isFullResolution());
-        pane->centreOn(QPointF(pixel), pane->closeScale());
-        QTest::mouseClick(pane, Qt::LeftButton, Qt::NoModifier, pane->getLocalPoint(pixel));
     }
 
     QPoint markerOn(const QString& path) const
