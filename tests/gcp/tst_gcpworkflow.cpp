@@ -148,8 +148,10 @@ private slots:
         // T2 has no marker: it is not listed.
         QCOMPARE(read("gcp_list.txt"), QByteArray("EPSG:32633\n"
                                                   "500000.000000000 5200000.000000000 350.2500 120 80 DJI_0.JPG T1\n"
-                                                  "500000.000000000 5200000.000000000 350.2500 121 181 DJI_1.JPG T1\n"));
-        QVERIFY(read("checkpoint_list.txt").endsWith("500050.000000000 5200050.000000000 350.2500 7 9 DJI_2.JPG CP_1\n"));
+                                                  "500000.000000000 5200000.000000000 350.2500 121 181 DJI_1.JPG "
+                                                  "T1\n"));
+        QVERIFY(read("checkpoint_list.txt")
+                    .endsWith("500050.000000000 5200050.000000000 350.2500 7 9 DJI_2.JPG CP_1\n"));
         QVERIFY(!read("gcp_survey_ll84.xml").isEmpty());
         QVERIFY(read("project.json").contains("\"checkpoints\": [\n            \"CP 1\""));
     }
@@ -224,7 +226,7 @@ private slots:
 
         MarkerEditor* marking = editor.gcpInfoEditor()->markerEditor();
         QMap<QString, QString> expected; // "point image" -> pixel
-        const QStringList rows = read(QStringLiteral("gcp_pixels.csv")).split(QLatin1Char('\n'), Qt::SkipEmptyParts).mid(1);
+        const QStringList rows = read("gcp_pixels.csv").split('\n', Qt::SkipEmptyParts).mid(1);
         for (const QString& row : rows) {
             const QStringList f = row.split(QLatin1Char(','));
             const QPoint pixel(int(std::floor(f.at(2).toDouble())), int(std::floor(f.at(3).toDouble())));
@@ -234,7 +236,7 @@ private slots:
             QTRY_VERIFY(pane->isFullResolution());
             pane->centreOn(QPointF(pixel), pane->closeScale());
             QTest::mouseClick(pane, Qt::LeftButton, Qt::NoModifier, pane->getLocalPoint(pixel));
-            expected.insert(f.at(1) + QLatin1Char(' ') + f.at(0), QStringLiteral("%1 %2").arg(pixel.x()).arg(pixel.y()));
+            expected.insert(f.at(1) + ' ' + f.at(0), QStringLiteral("%1 %2").arg(pixel.x()).arg(pixel.y()));
             QTest::keyClick(pane, Qt::Key_Escape);
         }
         for (const QString& name : editor.gcpInfoEditor()->gcps().keys())
@@ -243,7 +245,7 @@ private slots:
         Zyn::AppCreate::ProjectRequest request;
         QString error;
         QVERIFY2(editor.prepareHandOff(request, &error), qPrintable(error));
-        const QStringList list = QString::fromUtf8(request.files.value(QStringLiteral("gcp_list.txt"))).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        const QStringList list = QString::fromUtf8(request.files.value("gcp_list.txt")).split('\n', Qt::SkipEmptyParts);
         QCOMPARE(list.first(), code);
         QCOMPARE(list.size() - 1, expected.size());
         const QStringList truth = read(QStringLiteral("gcp_truth.txt")).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
@@ -350,7 +352,7 @@ private slots:
         QFETCH(int, markers);
         QFETCH(QString, hint);
         for (int i = 0; i < markers; ++i)
-            m_info->markers()[QStringLiteral("GCP1")] << GcpMarker{QString(), QStringLiteral("/p/%1.jpg").arg(i), {10, 10}, 1};
+            m_info->markers()["GCP1"] << GcpMarker{QString(), QString("/p/%1.jpg").arg(i), {10, 10}};
         m_info->selectGcp(QStringLiteral("GCP1"));
         bool noMarker = false;
         QCOMPARE(m_info->placementHint(&noMarker), hint);

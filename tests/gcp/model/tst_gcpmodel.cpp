@@ -692,7 +692,7 @@ private slots:
         in.gcps[2].checkpoint = true;
         in.markersByName[QStringLiteral("P0")].removeLast();
         QCOMPARE(computeGcpStatus(in).summaryText(),
-                 QStringLiteral("2 control points \u00B7 1 checkpoint \u00B7 8 markers \u00B7 2 points need attention"));
+                 QString("2 control points \u00B7 1 checkpoint \u00B7 8 markers \u00B7 2 points need attention"));
     }
 
     // What a first parse answers, and the records once the paste dialogs'
@@ -860,7 +860,7 @@ private slots:
         QCOMPARE(GcpCopyFormatter::separatorAdvice(),
                  QStringLiteral("Please make sure all row data are tab-separated or semicolon-separated."));
         qputenv("ZYN_LIST_SEPARATOR", "|");
-        QCOMPARE(GcpCopyFormatter::separatorAdvice(), QStringLiteral("Please make sure all row data are tab-separated."));
+        QCOMPARE(GcpCopyFormatter::separatorAdvice(), QString("Please make sure all row data are tab-separated."));
     }
 
     // Semicolon mode with decimal commas from the user's locale.
@@ -983,7 +983,8 @@ private slots:
     // The exact text; the round trip only shows that it reads back.
     void formatText()
     {
-        QCOMPARE(GcpCopyFormatter::format({makeGcp("P1", 0.1, 2, -3.5, true)}, {}, {"GCP Name", "X", "Y", "Z", "Checkpoint"}),
+        const QStringList titles{"GCP Name", "X", "Y", "Z", "Checkpoint"};
+        QCOMPARE(GcpCopyFormatter::format({makeGcp("P1", 0.1, 2, -3.5, true)}, {}, titles),
                  QStringLiteral("GCP Name\tX\tY\tZ\tCheckpoint\nP1\t0.10000000000000001\t2\t-3.5\ttrue\n"));
     }
 

@@ -104,7 +104,8 @@ private slots:
                 ++falsePasses;
         }
         QVERIFY(showing > 0);
-        QVERIFY2(falsePasses * 4 <= passing.size(), qPrintable(QStringLiteral("%1 of %2").arg(falsePasses).arg(passing.size())));
+        QVERIFY2(falsePasses * 4 <= passing.size(),
+                 qPrintable(QStringLiteral("%1 of %2").arg(falsePasses).arg(passing.size())));
     }
 
     // After one mark (the surveyor's click on the true pixel of the first
@@ -234,7 +235,7 @@ private slots:
         QTemporaryDir dir;
         QStringList args = kFlight;
         args.replace(args.indexOf(QStringLiteral("30")), QStringLiteral("12"));
-        const QStringList photos = Zyn::TestSupport::makeDronePhotos(dir.path(), args << QStringLiteral("--coded-targets"));
+        const QStringList photos = Zyn::TestSupport::makeDronePhotos(dir.path(), args << "--coded-targets");
         QCOMPARE(photos.size(), 12);
         const TargetTruth truth = Zyn::Tools::readTargetTruth(dir.path());
         int shown = 0, found = 0, wrong = 0;
