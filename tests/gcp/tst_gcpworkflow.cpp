@@ -225,8 +225,7 @@ private slots:
 
         MarkerEditor* marking = editor.gcpInfoEditor()->markerEditor();
         QMap<QString, QString> expected; // "point image" -> pixel
-        const QStringList rows = read("gcp_pixels.csv").split('\n', Qt::SkipEmptyParts).mid(1);
-        for (const QString& row : rows) {
+        for (const QString& row : read("gcp_pixels.csv").split('\n', Qt::SkipEmptyParts).mid(1)) {
             const QStringList f = row.split(QLatin1Char(','));
             const QPoint pixel(int(std::floor(f.at(2).toDouble())), int(std::floor(f.at(3).toDouble())));
             editor.gcpInfoEditor()->selectGcp(f.at(1));
@@ -292,9 +291,8 @@ private slots:
         sendMouse(viewport, QEvent::MouseButtonPress, from, Qt::LeftButton, Qt::LeftButton);
         sendMouse(viewport, QEvent::MouseMove, to, Qt::NoButton, Qt::LeftButton);
         QCOMPARE(viewport->cursor().shape(), Qt::BitmapCursor);
-        const QImage shown = viewport->cursor().pixmap().toImage();
         const QImage noSwap = QPixmap(QStringLiteral(":/resources/images/cursors/cursor_noswap.png")).toImage();
-        QCOMPARE(shown == noSwap, !swapped);
+        QCOMPARE(viewport->cursor().pixmap().toImage() == noSwap, !swapped);
         sendMouse(viewport, QEvent::MouseButtonRelease, to, Qt::LeftButton, Qt::NoButton);
         const GcpInfo gcp = m_info->gcps().value(QStringLiteral("GCP1"));
         QCOMPARE(gcp.coord1, swapped ? 5200000.0 : 500000.0);
