@@ -285,7 +285,6 @@ private slots:
         const QString path = dir.filePath("survey.xml");
         QVERIFY(SurveyFileFlow::writeFile(path, {}, sampleGcps(2), GcpCoordSysInfo::ll84(), false).ok());
         const QByteArray good = Zyn::TestSupport::readFile(path);
-        QVERIFY(good.contains("P1"));
 
         rlimit old{};
         QCOMPARE(getrlimit(RLIMIT_FSIZE, &old), 0);
