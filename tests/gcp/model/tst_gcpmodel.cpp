@@ -1008,22 +1008,19 @@ private slots:
             << QStringList{"A", "C"};
         QTest::newRow("no header: no") << headerless << int(TaskDialog::No) << QStringList{noHeader} << none;
         QTest::newRow("no header: closed") << headerless << int(TaskDialog::Rejected) << QStringList{noHeader} << none;
+        const auto error = [](const char* name, const QString& text, const QString& shown) {
+            QTest::newRow(name) << text << int(TaskDialog::Ok) << QStringList{"error: " + shown} << QStringList();
+        };
         const QString advice = "Please make sure all row data are tab-separated or comma-separated.";
-        QTest::newRow("no data") << "\n \n" << int(TaskDialog::Ok)
-                                 << QStringList{"error: No GCP data have been found in the copied text. |"} << none;
-        QTest::newRow("cannot parse") << "A;1;2;3" << int(TaskDialog::Ok)
-                                      << QStringList{"error: The copied text cannot be parsed correctly.|" + advice}
-                                      << none;
-        QTest::newRow("no coordinate columns") << "a\tb\nc\td" << int(TaskDialog::Ok)
-            << QStringList{"error: No coordinate columns were found in the copied text.|The first line names the "
-                           "columns a, b, none of them X/Y/Z, Easting/Northing/Elevation or Longitude/Latitude/"
-                           "Altitude, and no two neighbouring columns hold numbers to read as coordinates. " + advice}
-            << none;
-        QTest::newRow("not points") << "Name\tPixel X\tPixel Y\nA\t1\t2" << int(TaskDialog::Ok)
-            << QStringList{"error: The copied text holds no survey points.|This text looks like pixel positions in "
-                           "photos (Pixel X, Pixel Y), not survey points: no X/Y/Z or Easting/Northing/Elevation "
-                           "columns were found."}
-            << none;
+        error("no data", "\n \n", "No GCP data have been found in the copied text. |");
+        error("cannot parse", "A;1;2;3", "The copied text cannot be parsed correctly.|" + advice);
+        error("no coordinate columns", "a\tb\nc\td",
+              "No coordinate columns were found in the copied text.|The first line names the columns a, b, none of "
+              "them X/Y/Z, Easting/Northing/Elevation or Longitude/Latitude/Altitude, and no two neighbouring columns "
+              "hold numbers to read as coordinates. " + advice);
+        error("not points", "Name\tPixel X\tPixel Y\nA\t1\t2",
+              "The copied text holds no survey points.|This text looks like pixel positions in photos (Pixel X, "
+              "Pixel Y), not survey points: no X/Y/Z or Easting/Northing/Elevation columns were found.");
     }
 
     void questions()
