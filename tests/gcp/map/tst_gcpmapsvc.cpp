@@ -92,10 +92,9 @@ private slots:
         QCOMPARE(m_maps->scripts.size(), 1);
         const QString script = m_maps->scripts.first();
         QVERIFY2(script.startsWith(expected), qPrintable(script));
-        if (script.startsWith("modify")) {
-            QVERIFY(script.contains("<td>" + gcp.name + "</td>") && script.contains("<td>10.00</td>"));
-            QVERIFY(script.contains("Click to tag photos"));
-        }
+        if (script.startsWith("modify"))
+            QVERIFY2(script.contains("<td>" + gcp.name + "</td>") && script.contains("<td>10.00</td>")
+                         && script.contains("Click to tag photos"), qPrintable(script));
     }
 
     void hiddenViewDefersPinsAndZoom()
