@@ -197,7 +197,6 @@ private slots:
         const QStringList photos = Zyn::TestSupport::makeDronePhotos(
             dir.path(), {"--count", "4", "--lat", "47.25", "--lon", "8.5", "--alt", "100", "--width", "600",
                          "--height", "400"});
-        QCOMPARE(photos.size(), 4);
         GcpEditor editor;
         editor.resize(1400, 900);
         editor.show();
