@@ -184,8 +184,7 @@ private slots:
         const double halfDiagonal = footprintHalfDiagonal(photo, GroundPoint());
         for (const QPointF& p : c)
             QVERIFY(qAbs(groundDistance(8.5, 47.25, p.y(), p.x()) - halfDiagonal) < 0.01 * halfDiagonal);
-        QCOMPARE(c[0].x() > 47.25 ? 1 : -1, northSign);
-        QCOMPARE(c[0].y() > 8.5 ? 1 : -1, eastSign);
+        QCOMPARE(QPoint(c[0].x() > 47.25 ? 1 : -1, c[0].y() > 8.5 ? 1 : -1), QPoint(northSign, eastSign));
         const double top = groundDistance(c[0].y(), c[0].x(), c[1].y(), c[1].x());
         QVERIFY(qAbs(top - 1.6 * halfDiagonal) < 0.01 * halfDiagonal);
     }
