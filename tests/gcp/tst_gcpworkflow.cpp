@@ -145,10 +145,10 @@ private slots:
                  qPrintable(error));
         auto read = [&](const char* name) { return Zyn::TestSupport::readFile(QDir(folder).filePath(name)); };
         // T2 has no marker: it is not listed.
-        QCOMPARE(read("gcp_list.txt"), QByteArray("EPSG:32633\n"
-                                                  "500000.000000000 5200000.000000000 350.2500 120 80 DJI_0.JPG T1\n"
-                                                  "500000.000000000 5200000.000000000 350.2500 121 181 DJI_1.JPG "
-                                                  "T1\n"));
+        QCOMPARE(read("gcp_list.txt"),
+                 QByteArray("EPSG:32633\n"
+                            "500000.000000000 5200000.000000000 350.2500 120 80 DJI_0.JPG T1\n"
+                            "500000.000000000 5200000.000000000 350.2500 121 181 DJI_1.JPG T1\n"));
         QVERIFY(read("checkpoint_list.txt")
                     .endsWith("500050.000000000 5200050.000000000 350.2500 7 9 DJI_2.JPG CP_1\n"));
         QVERIFY(!read("gcp_survey_ll84.xml").isEmpty());
