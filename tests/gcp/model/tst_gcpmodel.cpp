@@ -122,7 +122,6 @@ QByteArray write(const MarkerMap& markers, const GcpMap& gcps, const GcpCoordSys
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     writeSurveyData(&buffer, markers, gcps, cs, inLL84);
-    buffer.close();
     return bytes;
 }
 
@@ -134,13 +133,11 @@ struct ReadBack {
 
 ReadBack read(const QByteArray& bytes, GcpCoordSysInfo initial = {})
 {
-    ReadBack r;
-    r.cs = initial;
+    ReadBack r{{}, {}, initial};
     QBuffer buffer;
     buffer.setData(bytes);
     buffer.open(QIODevice::ReadOnly);
-    const bool ok = readSurveyData(&buffer, r.markers, r.gcps, r.cs);
-    if (!ok)
+    if (!readSurveyData(&buffer, r.markers, r.gcps, r.cs))
         qFatal("readSurveyData answered false");
     return r;
 }
