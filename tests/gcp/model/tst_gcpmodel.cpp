@@ -220,10 +220,9 @@ private slots:
             requests << QStringList{mode, r.filter, r.directory}.join(' ');
             return QStringList{dir.filePath(r.mode == FileDialog::SaveFile ? "sub/survey" : "sub/survey.xml")};
         });
-        MarkerMap markers;
-        markers["P1"] = {GcpMarker{QString(), QStringLiteral("/photos/IMG_1.jpg"), QPoint(3, 4), 1}};
-        const SurveyFileResult saved = SurveyFileFlow::save(nullptr, markers, sampleGcps(3), GcpCoordSysInfo::ll84());
-        QCOMPARE(saved.path, dir.filePath("sub/survey.xml"));
+        const MarkerMap markers{{"P1", {makeMarker("/photos/IMG_1.jpg", 3, 4)}}};
+        QCOMPARE(SurveyFileFlow::save(nullptr, markers, sampleGcps(3), GcpCoordSysInfo::ll84()).path,
+                 dir.filePath("sub/survey.xml"));
 
         const SurveyLoadResult back = SurveyFileFlow::load(nullptr);
         QCOMPARE(requests, (QStringList{"save *.xml " + dir.path(), "open *.xml;;*.txt " + dir.path()}));
