@@ -382,9 +382,8 @@ private slots:
     {
         const GcpMap gcps = gcpMapByName({makeGcp("Nord", 433112.3456789012, 5765432.1, -12.0625, true),
                                           makeGcp("Süd & <Ost>", 1.0 / 3.0, 2, 3), makeGcp("lonely", 0, 0, 0)});
-        MarkerMap markers;
-        markers["Nord"] = {makeMarker("/data/flight 1/IMG_0001.jpg", 1024, 768)};
-        markers["Süd & <Ost>"] = {makeMarker("IMG_9.jpg", 7, 8)};
+        const MarkerMap markers{{"Nord", {makeMarker("/data/flight 1/IMG_0001.jpg", 1024, 768)}},
+                                {"Süd & <Ost>", {makeMarker("IMG_9.jpg", 7, 8)}}};
 
         const ReadBack back = read(write(markers, gcps, kUtm33, false));
         // In key order; 16 decimals give these values back exactly.
