@@ -1,5 +1,4 @@
-// The GCP model: point records, their status, the files they are kept in,
-// and copying and pasting them as text.
+// The GCP model: point records, their status, the files they are kept in, and copying and pasting them as text.
 
 #include <gcp/model/GcpColor.h>
 #include <gcp/model/GcpCopyFormatter.h>
@@ -96,14 +95,7 @@ GcpStatusInput baseSurvey(bool geographic)
             const QString photo = QStringLiteral("/flight/P%1_%2.jpg").arg(i).arg(k);
             in.markersByName[gcp.name] << GcpMarker{QString(), photo, QPoint(300, 200), 1};
             in.photoSizes.insert(photo, QSize(600, 400));
-            PhotoGeo geo;
-            geo.path = photo;
-            geo.hasGps = true;
-            geo.longitude = lon;
-            geo.latitude = lat;
-            geo.altitude = 500.0;
-            geo.hasAltitude = true;
-            in.photoGeo.insert(photo, geo);
+            in.photoGeo.insert(photo, PhotoGeo{photo, true, lon, lat, 500.0, true});
         }
     }
     return in;
@@ -121,10 +113,7 @@ GcpInfo makeGcp(const QString& name, double c1, double c2, double c3, bool check
 
 GcpMarker makeMarker(const QString& image, int x, int y)
 {
-    GcpMarker marker;
-    marker.image = image;
-    marker.pixel = QPoint(x, y);
-    return marker;
+    return GcpMarker{QString(), image, QPoint(x, y)};
 }
 
 QByteArray write(const MarkerMap& markers, const GcpMap& gcps, const GcpCoordSysInfo& cs, bool inLL84)
@@ -133,7 +122,6 @@ QByteArray write(const MarkerMap& markers, const GcpMap& gcps, const GcpCoordSys
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
     writeSurveyData(&buffer, markers, gcps, cs, inLL84);
-    buffer.close();
     return bytes;
 }
 
@@ -145,13 +133,11 @@ struct ReadBack {
 
 ReadBack read(const QByteArray& bytes, GcpCoordSysInfo initial = {})
 {
-    ReadBack r;
-    r.cs = initial;
+    ReadBack r{{}, {}, initial};
     QBuffer buffer;
     buffer.setData(bytes);
     buffer.open(QIODevice::ReadOnly);
-    const bool ok = readSurveyData(&buffer, r.markers, r.gcps, r.cs);
-    if (!ok)
+    if (!readSurveyData(&buffer, r.markers, r.gcps, r.cs))
         qFatal("readSurveyData answered false");
     return r;
 }
@@ -200,15 +186,6 @@ private slots:
         QLocale::setDefault(QLocale::c());
     }
 
-    void cleanup()
-    {
-        FileDialog::clearHandler();
-        TaskDialog::clearHandler();
-        qunsetenv("ZYN_LIST_SEPARATOR");
-        qputenv("ZYN_DATA_PATH", m_shippedData);
-        QLocale::setDefault(QLocale::c());
-    }
-
     void normalizePath_data()
     {
         QTest::addColumn<QString>("path");
@@ -236,26 +213,19 @@ private slots:
         QTemporaryDir dir;
         QVERIFY(QDir(dir.path()).mkdir("sub"));
         config()->setValue(kLastDirKey, dir.path());
-        QList<FileDialog::Request> requests;
+        QStringList requests; // mode, filter, starting folder
         FileDialog::setHandler([&](const FileDialog::Request& r) {
-            requests << r;
+            const QString mode = r.mode == FileDialog::SaveFile ? "save"
+                                 : r.mode == FileDialog::OpenFile ? "open" : "?";
+            requests << QStringList{mode, r.filter, r.directory}.join(' ');
             return QStringList{dir.filePath(r.mode == FileDialog::SaveFile ? "sub/survey" : "sub/survey.xml")};
         });
-        MarkerMap markers;
-        markers["P1"] = {GcpMarker{QString(), QStringLiteral("/photos/IMG_1.jpg"), QPoint(3, 4), 1}};
-        const SurveyFileResult saved = SurveyFileFlow::save(nullptr, markers, sampleGcps(3), GcpCoordSysInfo::ll84());
-        QVERIFY2(saved.ok(), qPrintable(saved.error));
-        QCOMPARE(saved.path, dir.filePath("sub/survey.xml"));
-        QCOMPARE(config()->getString(kLastDirKey), dir.path());
+        const MarkerMap markers{{"P1", {makeMarker("/photos/IMG_1.jpg", 3, 4)}}};
+        QCOMPARE(SurveyFileFlow::save(nullptr, markers, sampleGcps(3), GcpCoordSysInfo::ll84()).path,
+                 dir.filePath("sub/survey.xml"));
 
         const SurveyLoadResult back = SurveyFileFlow::load(nullptr);
-        QCOMPARE(requests.size(), 2);
-        QCOMPARE(requests[0].mode, FileDialog::SaveFile);
-        QCOMPARE(requests[0].filter, QStringLiteral("*.xml"));
-        QCOMPARE(requests[1].mode, FileDialog::OpenFile);
-        QCOMPARE(requests[1].filter, QStringLiteral("*.xml;;*.txt"));
-        QCOMPARE(requests[0].directory, dir.path());
-        QCOMPARE(requests[1].directory, dir.path());
+        QCOMPARE(requests, (QStringList{"save *.xml " + dir.path(), "open *.xml;;*.txt " + dir.path()}));
         QVERIFY(back.ok());
         QCOMPARE(back.gcps.size(), 3);
         QCOMPARE(back.coordSys, GcpCoordSysInfo::ll84());
@@ -263,52 +233,54 @@ private slots:
         QCOMPARE(SurveyFileFlow::lastDirectory(), dir.filePath("sub"));
     }
 
-    // An unwritable target is reported with its path, and the dialog seam
-    // shows it as an error.
+    // An unwritable target, or an LL84 copy of a system that cannot be
+    // converted, is reported with its path and nothing is written; the
+    // dialog seam shows it as an error.
     void saveFailureIsReported_data()
     {
         QTest::addColumn<QString>("relative");
-        QTest::newRow("missing folder") << "no/such/folder/s.xml";
-        QTest::newRow("target is a folder") << "taken.xml";
+        QTest::addColumn<bool>("ll84");
+        QTest::newRow("missing folder") << "no/such/folder/s.xml" << false;
+        QTest::newRow("target is a folder") << "taken.xml" << false;
+        QTest::newRow("LL84 copy of an unknown system") << "export.xml" << true;
     }
 
     void saveFailureIsReported()
     {
         QFETCH(QString, relative);
+        QFETCH(bool, ll84);
         QTemporaryDir dir;
         QVERIFY(QDir(dir.path()).mkdir("taken.xml"));
         const QString path = dir.filePath(relative);
+        const GcpCoordSysInfo cs = ll84 ? GcpCoordSysInfo("EPSG:999999", "nowhere", "999999", 1, "", 0)
+                                        : GcpCoordSysInfo::ll84();
 
-        const SurveyFileResult result =
-            SurveyFileFlow::writeFile(path, {}, sampleGcps(2), GcpCoordSysInfo::ll84(), false);
+        const SurveyFileResult result = SurveyFileFlow::writeFile(path, {}, sampleGcps(2), cs, ll84);
         QCOMPARE(result.status, SurveyFileResult::Failed);
         QVERIFY2(result.error.startsWith(QStringLiteral("could not write %1: ").arg(QDir::toNativeSeparators(path))),
                  qPrintable(result.error));
         QVERIFY(result.error.size() > QStringLiteral("could not write %1: ").arg(path).size());
+        QVERIFY2(!ll84 || result.error.contains("EPSG:999999"), qPrintable(result.error));
+        QVERIFY(!QFileInfo(path).isFile());
 
-        Zyn::TestSupport::DialogRecorder shown;
-        shown.record();
+        m_shown.record();
         SurveyFileFlow::reportSaveFailure(nullptr, result);
-        QCOMPARE(shown.size(), 1);
-        QCOMPARE(shown[0].kind, TaskDialog::Error);
-        QCOMPARE(shown[0].secondaryText, result.error);
+        QCOMPARE(m_shown.size(), 1);
+        QCOMPARE(m_shown[0].kind, TaskDialog::Error);
+        QCOMPARE(m_shown[0].secondaryText, result.error);
         // A successful or cancelled result shows nothing.
-        SurveyFileResult done;
-        done.status = SurveyFileResult::Done;
-        SurveyFileFlow::reportSaveFailure(nullptr, done);
+        SurveyFileFlow::reportSaveFailure(nullptr, SurveyFileResult{SurveyFileResult::Done});
         SurveyFileFlow::reportSaveFailure(nullptr, SurveyFileResult{});
-        QCOMPARE(shown.size(), 1);
+        QCOMPARE(m_shown.size(), 1);
     }
 
-    // A write that fails half-way (here: the file-size limit) leaves the
-    // survey that was there untouched.
+    // A write that fails half-way (here: the file-size limit) leaves the survey that was there untouched.
     void failedWriteKeepsTheOldFile()
     {
         QTemporaryDir dir;
         const QString path = dir.filePath("survey.xml");
         QVERIFY(SurveyFileFlow::writeFile(path, {}, sampleGcps(2), GcpCoordSysInfo::ll84(), false).ok());
         const QByteArray good = Zyn::TestSupport::readFile(path);
-        QVERIFY(good.contains("P1"));
 
         rlimit old{};
         QCOMPARE(getrlimit(RLIMIT_FSIZE, &old), 0);
@@ -327,17 +299,6 @@ private slots:
         QCOMPARE(QDir(dir.path()).entryList(QDir::Files), QStringList{"survey.xml"});
     }
 
-    void ll84ExportOfAnUnknownSystemFails()
-    {
-        QTemporaryDir dir;
-        const QString path = dir.filePath("export.xml");
-        const GcpCoordSysInfo unknown("EPSG:999999", "nowhere", "999999", 1, "", 0);
-        const SurveyFileResult bad = SurveyFileFlow::writeFile(path, {}, sampleGcps(2), unknown, true);
-        QCOMPARE(bad.status, SurveyFileResult::Failed);
-        QVERIFY2(bad.error.contains("EPSG:999999"), qPrintable(bad.error));
-        QVERIFY(!QFile::exists(path));
-    }
-
     void cancelledOrMissing()
     {
         FileDialog::setHandler([](const FileDialog::Request&) { return QStringList{}; });
@@ -353,15 +314,12 @@ private slots:
         const SurveyLoadResult result = SurveyFileFlow::load(nullptr);
         QCOMPARE(result.status, SurveyFileResult::Failed);
         QVERIFY(result.error.contains(QDir::toNativeSeparators(gone)));
-        QVERIFY(result.gcps.isEmpty());
     }
 
     void writesTheDocumentExactly()
     {
-        GcpMap gcps;
-        // Inserted out of order: the file follows key order.
-        gcps.insert("P2", makeGcp("P2", 12.5, -0.25, 100, true));
-        gcps.insert("P1", makeGcp("P1", 500000.125, 5000000, 0));
+        // Out of order: the file follows key order.
+        const GcpMap gcps = gcpMapByName({makeGcp("P2", 12.5, -0.25, 100, true), makeGcp("P1", 500000.125, 5e6, 0)});
         MarkerMap markers;
         markers["P1"] = {makeMarker("/photos/a/DJI_0001.JPG", 10, 20), makeMarker("/photos/b/DJI_0002.JPG", -3, 4000)};
         markers["ghost"] = {makeMarker("/x.jpg", 1, 1)}; // no such GCP: not written
@@ -391,11 +349,9 @@ private slots:
 
     void geographicNames()
     {
-        GcpMap gcps;
-        gcps.insert("A", makeGcp("A", 1, 2, 3));
-        const QByteArray geographic = write({}, gcps, GcpCoordSysInfo::ll84(), false);
-        QVERIFY2(geographic.contains("<surveydata coordinatesystem=\"LL84\" description=\"Latitude-Longitude-Altitude\" "
-                                     "epsgcode=\"4326\" unitcode=\"1001\" datumid=\"WGS84\" type=\"2\">"),
+        const QByteArray geographic = write({}, gcpMapByName({makeGcp("A", 1, 2, 3)}), GcpCoordSysInfo::ll84(), false);
+        QVERIFY2(geographic.contains("<surveydata coordinatesystem=\"LL84\" description=\"Latitude-Longitude-Altitude\""
+                                     " epsgcode=\"4326\" unitcode=\"1001\" datumid=\"WGS84\" type=\"2\">"),
                  geographic.constData());
         QVERIFY2(geographic.contains("<gcp long=\"1.0000000000000000\" lat=\"2.0000000000000000\" "
                                      "alt=\"3.0000000000000000\" checkpoint=\"false\"/>"),
@@ -406,21 +362,16 @@ private slots:
     // the record as given, degrees under the projected names.
     void writesLl84Copy()
     {
-        double e = 15.0;
-        double n = 45.0;
-        double h = 50.0;
+        double e = 15.0, n = 45.0, h = 50.0;
         QVERIFY(Tarn::GIS::transformCoordFromLL84(kUtm33.code, e, n, h));
         QVERIFY2(qAbs(e - 500000.0) < 1e-3 && qAbs(n - 4982950.4) < 1.0, qPrintable(QString::number(n, 'f', 3)));
 
-        GcpMap gcps;
-        gcps.insert("C", makeGcp("C", e, n, h));
-        const QByteArray bytes = write({}, gcps, kUtm33, true);
+        const QByteArray bytes = write({}, gcpMapByName({makeGcp("C", e, n, h)}), kUtm33, true);
         QVERIFY2(bytes.contains("coordinatesystem=\"LL84\" description=\"WGS 84 / UTM zone 33N\" epsgcode=\"32633\""),
                  bytes.constData());
         QVERIFY(bytes.contains("<gcp x=\""));
 
         const ReadBack back = read(bytes);
-        QCOMPARE(back.cs.code, QStringLiteral("LL84"));
         QCOMPARE(back.gcps.size(), 1);
         QVERIFY2(qAbs(back.gcps[0].coord1 - 15.0) < 1e-9, qPrintable(QString::number(back.gcps[0].coord1, 'f', 12)));
         QVERIFY2(qAbs(back.gcps[0].coord2 - 45.0) < 1e-9, qPrintable(QString::number(back.gcps[0].coord2, 'f', 12)));
@@ -429,31 +380,17 @@ private slots:
 
     void roundTrip()
     {
-        GcpMap gcps;
-        gcps.insert("Nord", makeGcp("Nord", 433112.3456789012, 5765432.1, -12.0625, true));
-        gcps.insert("Süd & <Ost>", makeGcp("Süd & <Ost>", 1.0 / 3.0, 2, 3));
-        gcps.insert("lonely", makeGcp("lonely", 0, 0, 0));
-        MarkerMap markers;
-        markers["Nord"] = {makeMarker("/data/flight 1/IMG_0001.jpg", 1024, 768)};
-        markers["Süd & <Ost>"] = {makeMarker("IMG_9.jpg", 7, 8)};
+        const GcpMap gcps = gcpMapByName({makeGcp("Nord", 433112.3456789012, 5765432.1, -12.0625, true),
+                                          makeGcp("Süd & <Ost>", 1.0 / 3.0, 2, 3), makeGcp("lonely", 0, 0, 0)});
+        const MarkerMap markers{{"Nord", {makeMarker("/data/flight 1/IMG_0001.jpg", 1024, 768)}},
+                                {"Süd & <Ost>", {makeMarker("IMG_9.jpg", 7, 8)}}};
 
         const ReadBack back = read(write(markers, gcps, kUtm33, false));
-        QCOMPARE(back.cs, kUtm33);
-        QCOMPARE(back.gcps.size(), 3);
-        for (int i = 0; i < 3; ++i) {
-            const GcpInfo& got = back.gcps[i];
-            const GcpInfo want = gcps.values().at(i); // the file follows key order
-            QCOMPARE(got.name, want.name);
-            // 16 decimals keep these values to well below a micrometre.
-            QVERIFY(qAbs(got.coord1 - want.coord1) < 1e-9);
-            QVERIFY(qAbs(got.coord2 - want.coord2) < 1e-9);
-            QVERIFY(qAbs(got.coord3 - want.coord3) < 1e-9);
-            QCOMPARE(got.checkpoint, want.checkpoint);
-        }
+        // In key order; 16 decimals give these values back exactly.
+        QCOMPARE(describeAll(back.gcps), describeAll(gcps.values()));
         // Markers come back under the new records' ids, as bare file names.
         QCOMPARE(back.markers.size(), 2);
         QCOMPARE(back.markers.value(back.gcps[0].id).first().image, QStringLiteral("IMG_0001.jpg"));
-        QCOMPARE(back.markers.value(back.gcps[0].id).first().pixel, QPoint(1024, 768));
         // Reading again gives new identities.
         QVERIFY(read(write(markers, gcps, kUtm33, false)).gcps[0].id != back.gcps[0].id);
     }
@@ -465,54 +402,44 @@ private slots:
         QTest::addColumn<QString>("first");     // first GCP: "c1 c2 c3 checkpoint"
         QTest::addColumn<QString>("pixels");    // first GCP's markers: "x,y;x,y"
 
+        // Most documents are a survey root holding one markers element.
+        const auto survey = [](const char* markers) {
+            return QByteArray("<surveydata><markers>") + markers + "</markers></surveydata>";
+        };
         QTest::newRow("checkpoint TRUE and 1 are false")
-            << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='1' y='2' z='3' checkpoint='TRUE'/>"
-                          "</marker><marker name='b'><images/><gcp checkpoint='1'/></marker></markers></surveydata>")
-            << "a|b" << "1 2 3 0" << "";
+            << survey("<marker name='a'><images/><gcp x='1' y='2' z='3' checkpoint='TRUE'/></marker>"
+                      "<marker name='b'><images/><gcp checkpoint='1'/></marker>") << "a|b" << "1 2 3 0" << "";
         QTest::newRow("fractional pixels truncate toward zero")
-            << QByteArray("<surveydata><markers><marker name='a'><images><image name='i.jpg' xpixel='12.9' "
-                          "ypixel='-3.7'/><image name='j.jpg' xpixel='1e30' ypixel='nan'/></images>"
-                          "<gcp long='4' lat='5' alt='6' checkpoint='true'/></marker></markers></surveydata>")
+            << survey("<marker name='a'><images><image name='i.jpg' xpixel='12.9' ypixel='-3.7'/><image name='j.jpg' "
+                      "xpixel='1e30' ypixel='nan'/></images><gcp long='4' lat='5' alt='6' checkpoint='true'/></marker>")
             << "a" << "4 5 6 1" << "12,-3;2147483647,0";
         QTest::newRow("foreign root, markers next")
             << QByteArray("<other coordinatesystem='EPSG:1'><markers><marker name='a'><images/><gcp x='1'/></marker>"
-                          "</markers></other>")
-            << "a" << "1 0 0 0" << "";
+                          "</markers></other>") << "a" << "1 0 0 0" << "";
         QTest::newRow("gcp before images is stepped over")
-            << QByteArray("<surveydata><markers><marker name='a'><gcp x='1' y='2' z='3' checkpoint='true'/><images>"
-                          "<image name='i' xpixel='1' ypixel='1'/></images></marker><marker name='b'><images/>"
-                          "<gcp x='9'/></marker></markers></surveydata>")
+            << survey("<marker name='a'><gcp x='1' y='2' z='3' checkpoint='true'/><images><image name='i' xpixel='1' "
+                      "ypixel='1'/></images></marker><marker name='b'><images/><gcp x='9'/></marker>")
             << "a|b" << "0 0 0 0" << "";
         QTest::newRow("names compared without case")
             << QByteArray("<SurveyData><MARKERS><Marker NAME='a'><Images><IMAGE Name='i' XPixel='5' YPIXEL='6'/>"
                           "</Images><GCP X='1' Lat='2' ALT='3' CheckPoint='true'/></Marker></MARKERS></SurveyData>")
             << "a" << "1 2 3 1" << "5,6";
-        QTest::newRow("missing attributes keep defaults")
-            << QByteArray("<surveydata><markers><marker><images><image/></images><gcp/></marker></markers></surveydata>")
-            << "" << "0 0 0 0" << "0,0";
+        QTest::newRow("missing attributes keep defaults") << survey("<marker><images><image/></images><gcp/></marker>")
+                                                          << "" << "0 0 0 0" << "0,0";
         QTest::newRow("unreadable numbers read as zero")
-            << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='abc' y='1,5' z='inf'/></marker>"
-                          "</markers></surveydata>")
-            << "a" << "0 0 0 0" << "";
+            << survey("<marker name='a'><images/><gcp x='abc' y='1,5' z='inf'/></marker>") << "a" << "0 0 0 0" << "";
         QTest::newRow("empty marker element")
-            << QByteArray("<surveydata><markers><marker name='a'/><marker name='b'><images/><gcp x='2'/></marker>"
-                          "</markers></surveydata>")
-            << "a|b" << "0 0 0 0" << "";
+            << survey("<marker name='a'/><marker name='b'><images/><gcp x='2'/></marker>") << "a|b" << "0 0 0 0" << "";
         QTest::newRow("truncated after a complete gcp keeps it")
             << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='1'/></marker><marker name='b'>"
-                          "<images/><gcp x='2' y='3'/>")
-            << "a|b" << "1 0 0 0" << "";
+                          "<images/><gcp x='2' y='3'/>") << "a|b" << "1 0 0 0" << "";
         QTest::newRow("truncated inside a marker drops it")
             << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='1'/></marker><marker name='b'>"
-                          "<images><image name='i' xpix")
-            << "a" << "1 0 0 0" << "";
+                          "<images><image name='i' xpix") << "a" << "1 0 0 0" << "";
         QTest::newRow("second element not markers stops")
-            << QByteArray("<surveydata><other/><markers><marker name='a'/></markers></surveydata>") << "" << ""
-            << "";
+            << QByteArray("<surveydata><other/><markers><marker name='a'/></markers></surveydata>") << "" << "" << "";
         QTest::newRow("reading ends at the end of markers")
-            << QByteArray("<surveydata><markers><marker name='a'/></markers><markers><marker name='b'/></markers>"
-                          "</surveydata>")
-            << "a" << "0 0 0 0" << "";
+            << survey("<marker name='a'/></markers><markers><marker name='b'/>") << "a" << "0 0 0 0" << "";
         QTest::newRow("not xml") << QByteArray("\x01\x02 this is not xml <<<") << "" << "" << "";
         QTest::newRow("empty") << QByteArray() << "" << "" << "";
     }
@@ -525,15 +452,10 @@ private slots:
         QFETCH(QString, pixels);
 
         const ReadBack r = read(xml);
-        QStringList got;
-        for (const GcpInfo& g : r.gcps)
-            got << g.name;
-        QCOMPARE(got.join('|'), names);
-        if (r.gcps.isEmpty()) {
-            QVERIFY(first.isEmpty());
-            QVERIFY(r.markers.isEmpty());
+        QCOMPARE(::names(r.gcps).join('|'), names);
+        QCOMPARE(r.gcps.isEmpty(), first.isEmpty());
+        if (r.gcps.isEmpty())
             return;
-        }
         const GcpInfo& g = r.gcps.first();
         QCOMPARE(QStringLiteral("%1 %2 %3 %4").arg(g.coord1).arg(g.coord2).arg(g.coord3).arg(int(g.checkpoint)),
                  first);
@@ -541,12 +463,6 @@ private slots:
         for (const GcpMarker& m : r.markers.value(g.id))
             px << QStringLiteral("%1,%2").arg(m.pixel.x()).arg(m.pixel.y());
         QCOMPARE(px.join(';'), pixels);
-        // Every marker belongs to a record that was returned.
-        QSet<QString> ids;
-        for (const GcpInfo& gcp : r.gcps)
-            ids.insert(gcp.id);
-        for (auto it = r.markers.cbegin(); it != r.markers.cend(); ++it)
-            QVERIFY(ids.contains(it.key()));
     }
 
     void coordinateSystemAttributes()
@@ -554,70 +470,58 @@ private slots:
         const GcpCoordSysInfo preset("KEEP", "keep", "1", 7, "D", 9);
         // Only attributes present are set; unknown ones are ignored.
         const ReadBack partial = read("<surveydata coordinatesystem='EPSG:2056' UNITCODE='x12' foo='bar'/>", preset);
-        QCOMPARE(partial.cs.code, QStringLiteral("EPSG:2056"));
-        QCOMPARE(partial.cs.unit, 0);
-        QCOMPARE(partial.cs.description, QStringLiteral("keep"));
-        QCOMPARE(partial.cs.systemType, 9);
+        QCOMPARE(partial.cs.toText(), GcpCoordSysInfo("EPSG:2056", "keep", "1", 0, "D", 9).toText());
 
         const ReadBack foreign = read("<other coordinatesystem='EPSG:2056'><markers/></other>", preset);
-        QCOMPARE(foreign.cs, preset);
+        QCOMPARE(foreign.cs.toText(), preset.toText());
 
         const ReadBack full = read("<surveydata coordinatesystem='' description='' epsgcode='' unitcode='-1' "
                                    "datumid='' type='-1'/>",
                                    preset);
-        QCOMPARE(full.cs, GcpCoordSysInfo("", "", "", -1, "", -1));
+        QCOMPARE(full.cs.toText(), GcpCoordSysInfo("", "", "", -1, "", -1).toText());
     }
 
     // The list the processing engines read (gcp_list.txt).
     void readsTheEnginesLayout_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("recognized");
         QTest::addColumn<QString>("code");
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<int>("markers");
+        QTest::addColumn<QStringList>("names"); // none: not this layout
         QTest::addColumn<QString>("last"); // the last point and its marker: "c1 c2 c3 x,y image"
         const QString rows = QStringLiteral("544256.7 5320919.9 5 3044 2622 IMG_0525.jpg gcp1\n"
                                             "544256.7 5320919.9 5 4193 1552 IMG_0585.jpg gcp1 extra words\n"
                                             "544157.7\t5320899.2\t5\t2937\t2131\tIMG_0525.jpg\tgcp2\n");
         const QString gcp2 = "544157.7 5320899.2 5 2937,2131 IMG_0525.jpg";
-        QTest::newRow("EPSG line") << "EPSG:32611\n" + rows << true << "EPSG:32611" << QStringList{"gcp1", "gcp2"} << 3 << gcp2;
-        QTest::newRow("PROJ string, south")
-            << "+proj=utm +zone=11 +south +datum=WGS84 +units=m +no_defs\n" + rows << true << "EPSG:32711"
-            << QStringList{"gcp1", "gcp2"} << 3 << gcp2;
-        QTest::newRow("named zone") << "WGS84 UTM 32N\r\n" + rows << true << "EPSG:32632" << QStringList{"gcp1", "gcp2"} << 3 << gcp2;
-        QTest::newRow("unknown system kept as text") << "+proj=tmerc +lat_0=0\n" + rows << true << ""
-                                                     << QStringList{"gcp1", "gcp2"} << 3 << gcp2;
-        QTest::newRow("no names: grouped by coordinates")
-            << QStringLiteral("1 2 3 10 20 a.jpg\n1 2 3 11 21 b.jpg\n4 5 6 12 22 a.jpg\n") << true << ""
-            << QStringList{"GCP1", "GCP2"} << 3 << "4 5 6 12,22 a.jpg";
+        const QStringList both{"gcp1", "gcp2"};
+        QTest::newRow("EPSG line") << "EPSG:32611\n" + rows << "EPSG:32611" << both << gcp2;
+        QTest::newRow("PROJ string, south") << "+proj=utm +zone=11 +south +datum=WGS84 +units=m +no_defs\n" + rows
+                                            << "EPSG:32711" << both << gcp2;
+        QTest::newRow("named zone") << "WGS84 UTM 32N\r\n" + rows << "EPSG:32632" << both << gcp2;
+        QTest::newRow("unknown system kept as text") << "+proj=tmerc +lat_0=0\n" + rows << "" << both << gcp2;
+        QTest::newRow("no names: grouped by coordinates") << "1 2 3 10 20 a.jpg\n1 2 3 11 21 b.jpg\n4 5 6 12 22 a.jpg\n"
+                                                          << "" << QStringList{"GCP1", "GCP2"} << "4 5 6 12,22 a.jpg";
         QTest::newRow("a spreadsheet with a header is not this layout")
-            << QStringLiteral("Name\tEasting\tNorthing\tElevation\nA\t1\t2\t3\n") << false << "" << QStringList() << 0 << "";
-        QTest::newRow("a second text line is not this layout") << "EPSG:32611\n" + rows + "oops\n" << false << ""
-                                                                << QStringList() << 0 << "";
-        QTest::newRow("five numbers are not enough") << QStringLiteral("1 2 3 4 5\n") << false << "" << QStringList() << 0 << "";
+            << "Name\tEasting\tNorthing\tElevation\nA\t1\t2\t3\n" << "" << QStringList() << "";
+        QTest::newRow("a second text line is not this layout") << "EPSG:32611\n" + rows + "oops\n" << ""
+                                                                << QStringList() << "";
+        QTest::newRow("five numbers are not enough") << "1 2 3 4 5\n" << "" << QStringList() << "";
     }
     void readsTheEnginesLayout()
     {
         QFETCH(QString, text);
-        QFETCH(bool, recognized);
         QFETCH(QString, code);
         QFETCH(QStringList, names);
-        QFETCH(int, markers);
         QFETCH(QString, last);
         const GcpListParse list = GcpListFile::parse(text);
-        QCOMPARE(list.recognized, recognized);
-        if (!recognized)
+        QCOMPARE(list.recognized, !names.isEmpty());
+        if (names.isEmpty())
             return;
         QCOMPARE(list.systemCode, code);
-        QStringList got;
-        int count = 0;
-        for (const GcpInfo& gcp : list.gcps) {
-            got << gcp.name;
-            count += list.markersByName.value(gcp.name).size();
-        }
-        QCOMPARE(got, names);
-        QCOMPARE(count, markers);
+        QCOMPARE(::names(list.gcps), names);
+        int markers = 0;
+        for (const GcpInfo& gcp : list.gcps)
+            markers += list.markersByName.value(gcp.name).size();
+        QCOMPARE(markers, 3); // every layout above marks three photos
         const GcpInfo& g = list.gcps.last();
         const GcpMarker m = list.markersByName.value(g.name).last();
         QCOMPARE(QStringLiteral("%1 %2 %3 %4,%5 %6").arg(g.coord1, 0, 'g', 12).arg(g.coord2, 0, 'g', 12)
@@ -642,9 +546,7 @@ private slots:
     {
         QFETCH(QStringList, names);
         QFETCH(QString, expected);
-        const QStringList before = names;
         QCOMPARE(makeDefaultGcpName(names), expected);
-        QCOMPARE(names, before);
     }
 
     void generatorRespectsReservedNames()
@@ -657,20 +559,16 @@ private slots:
 
     void freshRecords()
     {
+        // A copy keeps its identity; fresh records never share one.
         const GcpInfo a;
-        const GcpInfo b;
-        // Equal contents, distinct identities; a copy keeps its identity.
-        QVERIFY(a.id != b.id);
-        const GcpInfo copy = a;
-        QCOMPARE(copy.id, a.id);
+        QCOMPARE(GcpInfo(a).id, a.id);
         QSet<QString> ids;
         for (int i = 0; i < 20000; ++i)
             ids.insert(GcpInfo().id);
         QCOMPARE(ids.size(), 20000);
     }
 
-    // Points sharing a name are never merged: the later ones are renamed and
-    // keep their own markers.
+    // Points sharing a name are never merged: the later ones are renamed and keep their own markers.
     void sharedNamesAreSeparated()
     {
         GcpList gcps;
@@ -694,13 +592,12 @@ private slots:
     void numberedPointsGetDistinctHues()
     {
         for (const QString& prefix : {QStringLiteral("GCP"), QStringLiteral("CP-"), QString()}) {
-            for (int a = 1; a <= 12; ++a) {
+            for (int a = 1; a <= 12; ++a)
                 for (int b = a + 1; b <= a + 2; ++b) {
                     const int d = qAbs(gcpColorForName(prefix + QString::number(a)).hue()
                                        - gcpColorForName(prefix + QString::number(b)).hue());
                     QVERIFY2(qMin(d, 360 - d) >= 60, qPrintable(prefix + QString::number(a)));
                 }
-            }
         }
     }
 
@@ -770,9 +667,8 @@ private slots:
             break;
         }
         const GcpStatusResult result = computeGcpStatus(in);
-        const QSet<int> codes = result.codesByName.value(p1.name);
         const int rule[] = {1, 2, 3, 4, 4, 5, 6};
-        QCOMPARE(codes.contains(rule[change]), code >= 0);
+        QCOMPARE(result.codesByName.value(p1.name).contains(rule[change]), code >= 0);
         // The other points are untouched, except the partner of a duplicate.
         if (change != 1 || code < 0)
             QVERIFY(result.codesByName.value(QStringLiteral("P2")).isEmpty());
@@ -783,9 +679,8 @@ private slots:
         GcpStatusInput in = baseSurvey(false);
         in.gcps[2].checkpoint = true;
         in.markersByName[QStringLiteral("P0")].removeLast();
-        const GcpStatusResult result = computeGcpStatus(in);
-        QCOMPARE(result.summaryText(),
-                 QStringLiteral("2 control points \u00B7 1 checkpoint \u00B7 8 markers \u00B7 2 points need attention"));
+        QCOMPARE(computeGcpStatus(in).summaryText(),
+                 QString("2 control points \u00B7 1 checkpoint \u00B7 8 markers \u00B7 2 points need attention"));
     }
 
     // What a first parse answers, and the records once the paste dialogs'
@@ -796,70 +691,63 @@ private slots:
         QTest::addColumn<int>("first"); // status code of the first parse
         QTest::addColumn<QString>("reason"); // its message, for invalid rows
         QTest::addColumn<QStringList>("records");
-        QTest::addColumn<QStringList>("existing");
-        const int noHeader = GcpCopyFormatter::StatusNoHeader, invalid = GcpCopyFormatter::StatusInvalidRows,
-                  noData = GcpCopyFormatter::StatusNoData;
-        const QStringList none;
-        QTest::newRow("NAME X Y Z") << "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\n" << 0 << "" << QStringList{"GCP1 100 200 300 -"} << none;
-        QTest::newRow("units, BOM, CRLF, trailing separator")
-            << QStringLiteral("\ufeffLabel\tEasting (m)\tNorthing [m]\tElevation (m)\t\r\nA1\t5.5\t6\t7\t\r\n") << 0 << ""
-            << QStringList{"A1 5.5 6 7 -"} << none;
-        QTest::newRow("columns in another order, extra columns")
-            << "Code\tN\tE\tGCP Label\tH\tAccuracy\tCheck\nk\t2\t1\tP1\t3\t0.01\ttrue\nk\t5\t4\tP2\t6\t0.02\tfalse\n" << 0
-            << "" << QStringList{"P1 1 2 3 cp", "P2 4 5 6 -"} << none;
-        QTest::newRow("title line above the header")
-            << "Survey of 2024-05-01\nPoint Name,Lat,Long,Ellipsoidal height\n\"North, gate\",47.5,8.25,401.5\n" << 0
-            << "" << QStringList{"North, gate 8.25 47.5 401.5 -"} << none;
-        QTest::newRow("no name column: default names") << "x\ty\tz\n1\t2\t3\n4\t5\t6\n" << 0 << ""
-                                                       << QStringList{"GCP1 1 2 3 -", "GCP2 4 5 6 -"} << none;
-        QTest::newRow("two coordinates suffice") << "id,x,y\nA,1,2\n" << 0 << "" << QStringList{"A 1 2 0 -"} << none;
-        QTest::newRow("blank lines between rows") << "\n\nname\tx\ty\tz\n\n \nA\t1\t2\t3\n\n" << 0 << ""
-                                                  << QStringList{"A 1 2 3 -"} << none;
-        QTest::newRow("quoted cell with spaces and a doubled quote")
-            << QStringLiteral("Name\tX\tY\n\"12 deg 30' 5.10\"\" N\"\t1\t2\n") << 0 << ""
-            << QStringList{"12 deg 30' 5.10\" N 1 2 0 -"} << none;
-        QTest::newRow("GIS export") << "#Label\tPOINT_X\tPOINT_Y\tPOINT_Z\nA\t1\t2\t3\n" << 0 << ""
-                                    << QStringList{"A 1 2 3 -"} << none;
-        QTest::newRow("axis and meaning") << "local_id,X/Longitude,Y/Latitude,Z/Altitude\nB,1,2,3\n" << 0 << ""
-                                          << QStringList{"B 1 2 3 -"} << none;
-        QTest::newRow("station with abbreviations") << "Station\tE\tN\tElev\nC\t1\t2\t3\n" << 0 << ""
-                                                    << QStringList{"C 1 2 3 -"} << none;
+        // Rows a first parse reads whole, rows it refuses some lines of (saying why), rows without a header.
+        const auto clean = [](const char* name, const QString& text, const QStringList& records) {
+            QTest::newRow(name) << text << 0 << QString() << records;
+        };
+        const auto invalid = [](const char* name, const QString& text, const QString& why, const QStringList& records) {
+            QTest::newRow(name) << text << int(GcpCopyFormatter::StatusInvalidRows) << why << records;
+        };
+        const auto headerless = [](const char* name, const QString& text, const QStringList& records) {
+            QTest::newRow(name) << text << int(GcpCopyFormatter::StatusNoHeader) << QString() << records;
+        };
+        clean("NAME X Y Z", "NAME\tX\tY\tZ\nGCP1\t100\t200\t300\n", {"GCP1 100 200 300 -"});
+        clean("units, BOM, CRLF, trailing separator",
+              QStringLiteral("\ufeffLabel\tEasting (m)\tNorthing [m]\tElevation (m)\t\r\nA1\t5.5\t6\t7\t\r\n"),
+              {"A1 5.5 6 7 -"});
+        clean("columns in another order, extra columns",
+              "Code\tN\tE\tGCP Label\tH\tAccuracy\tCheck\nk\t2\t1\tP1\t3\t0.01\ttrue\nk\t5\t4\tP2\t6\t0.02\tfalse\n",
+              {"P1 1 2 3 cp", "P2 4 5 6 -"});
+        clean("title line above the header",
+              "Survey of 2024-05-01\nPoint Name,Lat,Long,Ellipsoidal height\n\"North, gate\",47.5,8.25,401.5\n",
+              {"North, gate 8.25 47.5 401.5 -"});
+        clean("no name column: default names", "x\ty\tz\n1\t2\t3\n4\t5\t6\n", {"GCP1 1 2 3 -", "GCP2 4 5 6 -"});
+        clean("two coordinates suffice", "id,x,y\nA,1,2\n", {"A 1 2 0 -"});
+        clean("blank lines between rows", "\n\nname\tx\ty\tz\n\n \nA\t1\t2\t3\n\n", {"A 1 2 3 -"});
+        clean("quoted cell with spaces and a doubled quote",
+              QStringLiteral("Name\tX\tY\n\"12 deg 30' 5.10\"\" N\"\t1\t2\n"), {"12 deg 30' 5.10\" N 1 2 0 -"});
+        clean("GIS export", "#Label\tPOINT_X\tPOINT_Y\tPOINT_Z\nA\t1\t2\t3\n", {"A 1 2 3 -"});
+        clean("axis and meaning", "local_id,X/Longitude,Y/Latitude,Z/Altitude\nB,1,2,3\n", {"B 1 2 3 -"});
+        clean("station with abbreviations", "Station\tE\tN\tElev\nC\t1\t2\t3\n", {"C 1 2 3 -"});
 
-        QTest::newRow("invalid data") << "NAME\tX\tY\tZ\nP1\t1\t2\t3\nP7\tabc\t2\t3\n" << invalid
-                                      << "containing invalid data" << QStringList{"P1 1 2 3 -"} << none;
-        QTest::newRow("too short for coordinates") << "NAME\tX\tY\tZ\nP1\t1\t2\nP2\t4\t5\t6\n" << invalid
-                                                   << "without valid coordinates" << QStringList{"P2 4 5 6 -"} << none;
-        QTest::newRow("too short for the name") << "X\tY\tZ\tName\n1\t2\t3\n4\t5\t6\tP2\n" << invalid
-                                                << "without a valid GCP name" << QStringList{"P2 4 5 6 -"} << none;
-        QTest::newRow("blank cell shifts the row") << "Name\tX\tY\tZ\nP1\t\t2\t3\nP2\t4\t5\t6\n" << invalid
-                                                   << "without valid coordinates" << QStringList{"P2 4 5 6 -"} << none;
-        QTest::newRow("blank name") << "Name\tX\tY\tZ\n \t1\t2\t3\nP2\t4\t5\t6\n" << invalid
-                                    << "without a valid GCP name" << QStringList{"P2 4 5 6 -"} << none;
-        QTest::newRow("doubled quotes only are a field of quotes") << "Name\tX\tY\tZ\n'\"\"'\t1\t2\t3\nP2\t4\t5\t6\n"
-                                                                 << invalid << "without valid coordinates"
-                                                                 << QStringList{"P2 4 5 6 -"} << none;
-        QTest::newRow("latitude beyond the pole") << "Name,Lat,Lon\nA,46.5,6.5\nB,95,6.5\n" << invalid
-                                                  << "with a latitude outside ±90°" << QStringList{"A 6.5 46.5 0 -"} << none;
+        invalid("invalid data", "NAME\tX\tY\tZ\nP1\t1\t2\t3\nP7\tabc\t2\t3\n", "containing invalid data",
+                {"P1 1 2 3 -"});
+        invalid("too short for coordinates", "NAME\tX\tY\tZ\nP1\t1\t2\nP2\t4\t5\t6\n", "without valid coordinates",
+                {"P2 4 5 6 -"});
+        invalid("too short for the name", "X\tY\tZ\tName\n1\t2\t3\n4\t5\t6\tP2\n", "without a valid GCP name",
+                {"P2 4 5 6 -"});
+        invalid("blank cell shifts the row", "Name\tX\tY\tZ\nP1\t\t2\t3\nP2\t4\t5\t6\n", "without valid coordinates",
+                {"P2 4 5 6 -"});
+        invalid("blank name", "Name\tX\tY\tZ\n \t1\t2\t3\nP2\t4\t5\t6\n", "without a valid GCP name", {"P2 4 5 6 -"});
+        invalid("doubled quotes only are a field of quotes", "Name\tX\tY\tZ\n'\"\"'\t1\t2\t3\nP2\t4\t5\t6\n",
+                "without valid coordinates", {"P2 4 5 6 -"});
+        invalid("latitude beyond the pole", "Name,Lat,Lon\nA,46.5,6.5\nB,95,6.5\n", "with a latitude outside ±90°",
+                {"A 6.5 46.5 0 -"});
+        invalid("every row skipped", "Name\tX\tY\tZ\n \t1\t2\t3\n", "without a valid GCP name", {});
 
         const QStringList empties{"", "\n\n\n", "\r\n  \r\n\t\r\n", ",,,\n\t\t\n", "Name\tX\tY\tZ\n"};
         for (const QString& empty : empties) // blank, CRLF and spaces, separators only, header only
-            QTest::addRow("no data %d", int(empties.indexOf(empty))) << empty << noData << "" << none << none;
-        QTest::newRow("every row skipped") << "Name\tX\tY\tZ\n \t1\t2\t3\n" << invalid << "without a valid GCP name"
-                                           << none << none;
+            QTest::addRow("no data %d", int(empties.indexOf(empty)))
+                << empty << int(GcpCopyFormatter::StatusNoData) << QString() << QStringList();
 
-        QTest::newRow("headerless") << "P1\t1\t2\t3\nP2\t4\t5\t6" << noHeader << ""
-                                    << QStringList{"P1 1 2 3 -", "P2 4 5 6 -"} << none;
-        QTest::newRow("numeric point numbers") << "101,10.5,20.5,30.5\n102,11,21,31" << noHeader << ""
-                                               << QStringList{"101 10.5 20.5 30.5 -", "102 11 21 31 -"} << none;
-        QTest::newRow("coordinates only, names avoid the table") << "1\t2\t3\n4\t5\t6" << noHeader << ""
-            << QStringList{"GCP2 1 2 3 -", "GCP4 4 5 6 -"} << QStringList{"gcp1", "GCP3"};
-        QTest::newRow("checkpoint column") << "A\t1\t2\t3\tTRUE\nB\t4\t5\t6\tfalse" << noHeader << ""
-                                           << QStringList{"A 1 2 3 cp", "B 4 5 6 -"} << none;
-        QTest::newRow("text columns before, extra after")
-            << "A\tcode\t1\t2\t3\t0.01\t0.02\nB\tcode\t4\t5\t6\t0.01\t0.02" << noHeader << ""
-            << QStringList{"A 1 2 3 -", "B 4 5 6 -"} << none;
-        QTest::newRow("unrecognised header line is not data") << "Punkt\tRechtswert\tHochwert\tHoehe\nA\t1\t2\t3"
-                                                              << noHeader << "" << QStringList{"A 1 2 3 -"} << none;
+        headerless("headerless", "P1\t1\t2\t3\nP2\t4\t5\t6", {"P1 1 2 3 -", "P2 4 5 6 -"});
+        headerless("numeric point numbers", "101,10.5,20.5,30.5\n102,11,21,31",
+                   {"101 10.5 20.5 30.5 -", "102 11 21 31 -"});
+        headerless("checkpoint column", "A\t1\t2\t3\tTRUE\nB\t4\t5\t6\tfalse", {"A 1 2 3 cp", "B 4 5 6 -"});
+        headerless("text columns before, extra after", "A\tcode\t1\t2\t3\t0.01\t0.02\nB\tcode\t4\t5\t6\t0.01\t0.02",
+                   {"A 1 2 3 -", "B 4 5 6 -"});
+        headerless("unrecognised header line is not data", "Punkt\tRechtswert\tHochwert\tHoehe\nA\t1\t2\t3",
+                   {"A 1 2 3 -"});
     }
 
     void parse()
@@ -868,9 +756,7 @@ private slots:
         QFETCH(int, first);
         QFETCH(QString, reason);
         QFETCH(QStringList, records);
-        QFETCH(QStringList, existing);
         GcpCopyFormatter formatter(text);
-        formatter.setExistingNames(existing);
         Parsed p = parseOnce(formatter);
         QCOMPARE(p.status.code, first);
         QCOMPARE(p.ok, first == 0);
@@ -891,9 +777,7 @@ private slots:
     {
         GcpCopyFormatter formatter("P1\t1\t2\t3", {NameRole, Coord2Role, Coord1Role, Coord3Role, CheckpointRole});
         formatter.setAcceptWithoutHeader(true);
-        const Parsed p = parseOnce(formatter);
-        QVERIFY(p.ok);
-        QCOMPARE(describeAll(p.gcps), QStringList{"P1 2 1 3 -"});
+        QCOMPARE(describeAll(parseOnce(formatter).gcps), QStringList{"P1 2 1 3 -"});
     }
 
     // Text that is no point list is refused, saying what was understood;
@@ -962,7 +846,7 @@ private slots:
         QCOMPARE(GcpCopyFormatter::separatorAdvice(),
                  QStringLiteral("Please make sure all row data are tab-separated or semicolon-separated."));
         qputenv("ZYN_LIST_SEPARATOR", "|");
-        QCOMPARE(GcpCopyFormatter::separatorAdvice(), QStringLiteral("Please make sure all row data are tab-separated."));
+        QCOMPARE(GcpCopyFormatter::separatorAdvice(), QString("Please make sure all row data are tab-separated."));
     }
 
     // Semicolon mode with decimal commas from the user's locale.
@@ -987,14 +871,11 @@ private slots:
         writeFile("broken.cfg", "<cfg><headers><gcpname><name>x</name>");
         writeFile("noheaders.cfg", "<cfg><other/></cfg>");
 
-        const HeaderSynonyms builtIn = GcpCopyFormatter::builtInHeaderSynonyms();
-        QCOMPARE(GcpCopyFormatter::loadHeaderSynonyms(dir.filePath("missing.cfg")), builtIn);
-        QCOMPARE(GcpCopyFormatter::loadHeaderSynonyms(dir.filePath("broken.cfg")), builtIn);
-        QCOMPARE(GcpCopyFormatter::loadHeaderSynonyms(dir.filePath("noheaders.cfg")), builtIn);
-
+        for (const char* unusable : {"missing.cfg", "broken.cfg", "noheaders.cfg"})
+            QVERIFY2(GcpCopyFormatter::loadHeaderSynonyms(dir.filePath(unusable))
+                         == GcpCopyFormatter::builtInHeaderSynonyms(), unusable);
+        // Roles the file leaves out have no names, not the built-in ones.
         const HeaderSynonyms partial = GcpCopyFormatter::loadHeaderSynonyms(dir.filePath("partial.cfg"));
-        QCOMPARE(partial.value(NameRole), QStringList{"Punkt"});
-        QCOMPARE(partial.value(Coord1Role), QStringList{"RW"});
         QVERIFY(partial.value(Coord3Role).isEmpty());
         QVERIFY(partial.value(CheckpointRole).isEmpty());
 
@@ -1002,9 +883,7 @@ private slots:
         qputenv("ZYN_DATA_PATH", QFile::encodeName(dir.path()));
         QFile::copy(dir.filePath("partial.cfg"), dir.filePath("zynphoto_gcp.cfg"));
         GcpCopyFormatter custom("Punkt\tRW\tHW\nA\t1\t2\n");
-        Parsed p = parseOnce(custom);
-        QVERIFY(p.ok);
-        QCOMPARE(describeAll(p.gcps), QStringList{"A 1 2 0 -"});
+        QCOMPARE(describeAll(parseOnce(custom).gcps), QStringList{"A 1 2 0 -"});
         GcpCopyFormatter standard("Name\tX\tY\tZ\nA\t1\t2\t3\n");
         QCOMPARE(parseOnce(standard).status.code, int(GcpCopyFormatter::StatusNoHeader));
 
@@ -1061,15 +940,7 @@ private slots:
         GcpCopyFormatter formatter(text, order);
         const Parsed p = parseOnce(formatter);
         QVERIFY2(p.ok, qPrintable(QStringLiteral("%1 %2").arg(p.status.code).arg(p.status.message)));
-        QVERIFY(formatter.headerFound());
-        QCOMPARE(p.gcps.size(), gcps.size());
-        for (int i = 0; i < gcps.size(); ++i) {
-            QCOMPARE(p.gcps[i].name, gcps[i].name);
-            QCOMPARE(p.gcps[i].coord1, gcps[i].coord1);
-            QCOMPARE(p.gcps[i].coord2, gcps[i].coord2);
-            QCOMPARE(p.gcps[i].coord3, gcps[i].coord3);
-            QCOMPARE(p.gcps[i].checkpoint, gcps[i].checkpoint);
-        }
+        QCOMPARE(describeAll(p.gcps), describeAll(gcps));
     }
 
     // Names a paste would strip, pair up or split: the copy still keeps every
@@ -1092,10 +963,11 @@ private slots:
         }
     }
 
-    // Exact text: the round trip compares doubles only to 1e-12.
+    // The exact text; the round trip only shows that it reads back.
     void formatText()
     {
-        QCOMPARE(GcpCopyFormatter::format({makeGcp("P1", 0.1, 2, -3.5, true)}, {}, {"GCP Name", "X", "Y", "Z", "Checkpoint"}),
+        const QStringList titles{"GCP Name", "X", "Y", "Z", "Checkpoint"};
+        QCOMPARE(GcpCopyFormatter::format({makeGcp("P1", 0.1, 2, -3.5, true)}, {}, titles),
                  QStringLiteral("GCP Name\tX\tY\tZ\tCheckpoint\nP1\t0.10000000000000001\t2\t-3.5\ttrue\n"));
     }
 
@@ -1106,8 +978,7 @@ private slots:
         QCOMPARE(GcpCopyFormatter::normalizeHeader("Coord1)"), QStringLiteral("coord1"));
     }
 
-    // Each question is asked once; "no" or closing it stops the paste. An
-    // error ends it.
+    // Each question is asked once; "no" or closing it stops the paste. An error ends it.
     void questions_data()
     {
         QTest::addColumn<QString>("text");
@@ -1130,22 +1001,19 @@ private slots:
             << QStringList{"A", "C"};
         QTest::newRow("no header: no") << headerless << int(TaskDialog::No) << QStringList{noHeader} << none;
         QTest::newRow("no header: closed") << headerless << int(TaskDialog::Rejected) << QStringList{noHeader} << none;
+        const auto error = [](const char* name, const QString& text, const QString& shown) {
+            QTest::newRow(name) << text << int(TaskDialog::Ok) << QStringList{"error: " + shown} << QStringList();
+        };
         const QString advice = "Please make sure all row data are tab-separated or comma-separated.";
-        QTest::newRow("no data") << "\n \n" << int(TaskDialog::Ok)
-                                 << QStringList{"error: No GCP data have been found in the copied text. |"} << none;
-        QTest::newRow("cannot parse") << "A;1;2;3" << int(TaskDialog::Ok)
-                                      << QStringList{"error: The copied text cannot be parsed correctly.|" + advice}
-                                      << none;
-        QTest::newRow("no coordinate columns") << "a\tb\nc\td" << int(TaskDialog::Ok)
-            << QStringList{"error: No coordinate columns were found in the copied text.|The first line names the "
-                           "columns a, b, none of them X/Y/Z, Easting/Northing/Elevation or Longitude/Latitude/"
-                           "Altitude, and no two neighbouring columns hold numbers to read as coordinates. " + advice}
-            << none;
-        QTest::newRow("not points") << "Name\tPixel X\tPixel Y\nA\t1\t2" << int(TaskDialog::Ok)
-            << QStringList{"error: The copied text holds no survey points.|This text looks like pixel positions in "
-                           "photos (Pixel X, Pixel Y), not survey points: no X/Y/Z or Easting/Northing/Elevation "
-                           "columns were found."}
-            << none;
+        error("no data", "\n \n", "No GCP data have been found in the copied text. |");
+        error("cannot parse", "A;1;2;3", "The copied text cannot be parsed correctly.|" + advice);
+        error("no coordinate columns", "a\tb\nc\td",
+              "No coordinate columns were found in the copied text.|The first line names the columns a, b, none of "
+              "them X/Y/Z, Easting/Northing/Elevation or Longitude/Latitude/Altitude, and no two neighbouring columns "
+              "hold numbers to read as coordinates. " + advice);
+        error("not points", "Name\tPixel X\tPixel Y\nA\t1\t2",
+              "The copied text holds no survey points.|This text looks like pixel positions in photos (Pixel X, "
+              "Pixel Y), not survey points: no X/Y/Z or Easting/Northing/Elevation columns were found.");
     }
 
     void questions()

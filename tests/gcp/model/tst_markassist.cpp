@@ -21,15 +21,12 @@ const QStringList kFlight = {"--count", "30", "--lat", "47.07", "--lon", "15.44"
 
 GroundPoint groundOf(const TargetTruth& truth, const QString& name)
 {
-    GroundPoint p;
     for (const auto& t : truth.points) {
-        if (t.name != name)
-            continue;
         double x = t.x, y = t.y, z = t.z;
-        Tarn::GIS::transformCoordToLL84(truth.crs, x, y, z);
-        p = GroundPoint{x, y, t.z, true};
+        if (t.name == name && Tarn::GIS::transformCoordToLL84(truth.crs, x, y, z))
+            return GroundPoint{x, y, t.z, true};
     }
-    return p;
+    return GroundPoint();
 }
 
 // The truth's corner-origin pixel in marker coordinates.
@@ -49,8 +46,7 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(!m_cache.isLoading(), 20000);
     }
 
-    // Before any mark the true pixel lies inside the circle on the photos
-    // that show the target.
+    // Before any mark the true pixel lies inside the circle on the photos that show the target.
     void predictionsHoldTheTruePixel()
     {
         int shown = 0, inside = 0;
@@ -88,7 +84,6 @@ private slots:
         static QTemporaryDir flightDir;
         static const QStringList flight = Zyn::TestSupport::makeDronePhotos(
             flightDir.path(), {"--count", "40", "--lat", "47.07", "--lon", "15.44", "--alt", "100"});
-        QCOMPARE(flight.size(), 40);
         QVector<PhotoGeo> photos;
         for (const QString& path : flight)
             photos << readPhotoGeo(path);
@@ -108,7 +103,8 @@ private slots:
                 ++falsePasses;
         }
         QVERIFY(showing > 0);
-        QVERIFY2(falsePasses * 4 <= passing.size(), qPrintable(QStringLiteral("%1 of %2").arg(falsePasses).arg(passing.size())));
+        QVERIFY2(falsePasses * 4 <= passing.size(),
+                 qPrintable(QStringLiteral("%1 of %2").arg(falsePasses).arg(passing.size())));
     }
 
     // After one mark (the surveyor's click on the true pixel of the first
@@ -141,16 +137,13 @@ private slots:
                     continue;
                 const bool shows = truth.contains(QFileInfo(path).fileName());
                 const bool has = suggester.hasSuggestion(point.name, path);
-                shown += shows ? 1 : 0;
-                notShown += shows ? 0 : 1;
-                if (has && !shows)
-                    ++wrong;
+                shown += shows;
+                notShown += !shows;
+                wrong += has && !shows;
                 if (has && shows) {
                     ++found;
-                    const double error = QLineF(suggester.suggestion(point.name, path).pixel,
-                                                markerCoords(truth.value(QFileInfo(path).fileName())))
-                                             .length();
-                    close += error <= 1.5 ? 1 : 0;
+                    const QPointF real = markerCoords(truth.value(QFileInfo(path).fileName()));
+                    close += QLineF(suggester.suggestion(point.name, path).pixel, real).length() <= 1.5;
                 }
             }
         }
@@ -235,15 +228,13 @@ private slots:
         }
     }
 
-    // Printed coded targets: found on every photo that shows them, at their
-    // centre, never with another id.
+    // Printed coded targets: found on every photo that shows them, at their centre, never with another id.
     void codedTargetsFound()
     {
         QTemporaryDir dir;
         QStringList args = kFlight;
         args.replace(args.indexOf(QStringLiteral("30")), QStringLiteral("12"));
-        const QStringList photos = Zyn::TestSupport::makeDronePhotos(dir.path(), args << QStringLiteral("--coded-targets"));
-        QCOMPARE(photos.size(), 12);
+        const QStringList photos = Zyn::TestSupport::makeDronePhotos(dir.path(), args << "--coded-targets");
         const TargetTruth truth = Zyn::Tools::readTargetTruth(dir.path());
         int shown = 0, found = 0, wrong = 0;
         for (const QString& path : photos) {
