@@ -4,7 +4,7 @@
 // host carries on. Then the real aerial plug-in, end to end: its tile opens
 // the create view in a panel, photos without GPS are warned about, and
 // Start in its flyout lands as a project folder.
-#include "GpsJpeg.h"
+#include "TestPhotos.h"
 
 #include <appcreate/CreateModelFlyout.h>
 #include <appcreate/CreateViewController.h>
@@ -209,7 +209,7 @@ private slots:
         for (int i = 0; i < 4; ++i) {
             const QString path = m_dir.filePath(QStringLiteral("photos/DJI_%1.JPG").arg(i));
             QDir().mkpath(QFileInfo(path).path());
-            QVERIFY(i % 2 ? GpsJpeg::writeWithoutGps(path, i) : GpsJpeg::writeWithGps(path, {46.548, 7.982, 900}, i));
+            QVERIFY(i % 2 ? TestPhotos::writeWithoutGps(path, i) : TestPhotos::writeWithGps(path, {46.548, 7.982, 900}, i));
             photos << path;
         }
         QCOMPARE(canvas->addFiles(photos.mid(0, 3)).size(), 3);
