@@ -13,10 +13,15 @@ using namespace Zyn::UiBase;
 
 namespace {
 
-class CountingCommand : public CommandBase {
+// Named name, else by its class; counts its runs and answers result.
+class TestCommand : public CommandBase {
     Q_OBJECT
 public:
-    explicit CountingCommand(CmdsViewController* owner, bool result = true) : CommandBase(owner), m_result(result) {}
+    explicit TestCommand(CmdsViewController* owner, const QString& name = QString(), bool result = true)
+        : CommandBase(owner), m_name(name), m_result(result)
+    {
+    }
+    QString getCommandName() const override { return m_name.isEmpty() ? CommandBase::getCommandName() : m_name; }
     bool execute() override
     {
         ++runs;
@@ -25,17 +30,8 @@ public:
     int runs = 0;
 
 private:
-    bool m_result;
-};
-
-class NamedCommand : public CommandBase {
-    Q_OBJECT
-public:
-    NamedCommand(CmdsViewController* owner, const QString& name) : CommandBase(owner), m_name(name) {}
-    QString getCommandName() const override { return m_name; }
-
-private:
     QString m_name;
+    bool m_result;
 };
 
 class StateRecorder : public QObject, public CommandStateProtocol {
@@ -82,28 +78,25 @@ private slots:
     void triggerRunsEnabledCommandsAndReportsResult()
     {
         CmdsViewController owner;
-        auto* ok = new CountingCommand(&owner, true);
-        auto* failing = new CountingCommand(&owner, false);
+        auto* ok = new TestCommand(&owner);
+        auto* failing = new TestCommand(&owner, "failing", false);
         QSignalSpy okSpy(ok, &CommandBase::executed);
         QSignalSpy failSpy(failing, &CommandBase::executed);
         ok->trigger();
         failing->trigger();
-        QCOMPARE(ok->runs, 1);
-        QCOMPARE(failing->runs, 1);
-        QCOMPARE(okSpy.count(), 1);
-        QCOMPARE(okSpy.at(0).at(0).toBool(), true);
-        QCOMPARE(failSpy.at(0).at(0).toBool(), false);
+        QCOMPARE(QList<int>({ok->runs, failing->runs, okSpy.count()}), QList<int>({1, 1, 1}));
+        QCOMPARE(QVariantList({okSpy.at(0).at(0), failSpy.at(0).at(0)}), QVariantList({true, false}));
 
         ok->setEnabled(false);
         ok->onTriggered();
         QCOMPARE(ok->runs, 1);
-        QCOMPARE(ok->getCommandName(), QStringLiteral("CountingCommand"));
-        QVERIFY(ok->hasCommand("CountingCommand") && !ok->hasCommand("Other") && !ok->hasCommand(QString()));
+        QCOMPARE(ok->getCommandName(), QStringLiteral("TestCommand"));
+        QVERIFY(ok->hasCommand("TestCommand") && !ok->hasCommand("Other") && !ok->hasCommand(QString()));
     }
 
     void stateChangesReachObservers()
     {
-        CountingCommand command(nullptr);
+        TestCommand command(nullptr);
         StateRecorder recorder;
         command.addObserver(&recorder);
         command.setEnabled(false);
@@ -121,11 +114,11 @@ private slots:
     void groupOrdersByPositionThenArrival()
     {
         CommandGroup group(nullptr, "Tools");
-        auto* main = new NamedCommand(nullptr, "main");
+        auto* main = new TestCommand(nullptr, "main");
         QSignalSpy changed(&group, &CommandGroup::commandsChanged);
-        group.addCommand(new NamedCommand(nullptr, "trailingA"), CommandGroup::PositionTrailing);
-        group.addCommand(new NamedCommand(nullptr, "leading"), CommandGroup::PositionLeading);
-        group.addCommand(new NamedCommand(nullptr, "trailingB"), CommandGroup::PositionTrailing);
+        group.addCommand(new TestCommand(nullptr, "trailingA"), CommandGroup::PositionTrailing);
+        group.addCommand(new TestCommand(nullptr, "leading"), CommandGroup::PositionLeading);
+        group.addCommand(new TestCommand(nullptr, "trailingB"), CommandGroup::PositionTrailing);
         QCOMPARE(group.addCommand(main, CommandGroup::PositionMain), main);
         QCOMPARE(changed.count(), 4);
         QCOMPARE(names(group.commands()), QStringList({"leading", "main", "trailingA", "trailingB"}));
@@ -140,8 +133,8 @@ private slots:
         QPointer<CommandBase> member;
         {
             CommandGroup group(nullptr);
-            member = group.addCommand(new NamedCommand(nullptr, "a"), 0);
-            auto* other = group.addCommand(new NamedCommand(nullptr, "b"), 0);
+            member = group.addCommand(new TestCommand(nullptr, "a"), 0);
+            auto* other = group.addCommand(new TestCommand(nullptr, "b"), 0);
             QSignalSpy changed(&group, &CommandGroup::commandsChanged);
             delete other;
             QCOMPARE(group.commands().size(), 1);
@@ -159,7 +152,7 @@ private slots:
     {
         CmdsViewController controller;
         QSignalSpy changed(&controller, &CmdsViewController::commandsChanged);
-        auto* single = new NamedCommand(&controller, "single");
+        auto* single = new TestCommand(&controller, "single");
         auto* group = new CommandGroup(&controller, "group");
         QVERIFY(controller.addCommand(single));
         QVERIFY(!controller.addCommand(single));
@@ -167,7 +160,7 @@ private slots:
         QVERIFY(single->isAddedToCmdsVC());
         QVERIFY(controller.addCommand(group));
         // A member added to a group already in the manager is a change too.
-        group->addCommand(new NamedCommand(nullptr, "inner"), CommandGroup::PositionTrailing);
+        group->addCommand(new TestCommand(nullptr, "inner"), CommandGroup::PositionTrailing);
         QCOMPARE(changed.count(), 3);
         QCOMPARE(controller.commands().size(), 2);
         QCOMPARE(names(controller.flattenedCommands()), QStringList({"single", "inner"}));

@@ -41,9 +41,7 @@ private slots:
         QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_dir.isValid());
         QVERIFY(QDir(m_dir.path()).mkdir("photos"));
-        QFile file(m_dir.filePath("a.jpg"));
-        QVERIFY(file.open(QIODevice::WriteOnly));
-        file.write("x");
+        QVERIFY(Zyn::TestSupport::writeFile(m_dir.filePath("a.jpg"), "x"));
     }
     void init()
     {
@@ -56,23 +54,20 @@ private slots:
     {
         QWidget parent;
         parent.show();
-        QString mainText, secondaryText;
-        QStringList names;
+        const QStringList texts{"Some photos do not have GPS data", "The output will not be geolocated."};
+        QStringList shown;
         QWidget* dialogParent = nullptr;
         Zyn::TestSupport::whenModalShown<QDialog>([&](QDialog* dialog) {
-            mainText = dialog->findChild<QLabel*>("main_text_label")->text();
-            secondaryText = dialog->findChild<QLabel*>("secondary_text_label")->text();
+            shown << dialog->findChild<QLabel*>("main_text_label")->text()
+                  << dialog->findChild<QLabel*>("secondary_text_label")->text();
             dialogParent = dialog->parentWidget();
-            names = buttonsThenClick(dialog, "icon_button_1");
+            shown << buttonsThenClick(dialog, "icon_button_1");
         });
         const int result = TaskDialog::showWarningMessage(
-            &parent, "Some photos do not have GPS data", "The output will not be geolocated.",
-            TaskDialog::IconButtonsOnly,
+            &parent, texts[0], texts[1], TaskDialog::IconButtonsOnly,
             {{":/resources/images/sys_message_box_button_yes.png", "Continue"}, {QString(), "Stop"}});
         QCOMPARE(result, TaskDialog::IconButtonResult + 1);
-        QCOMPARE(mainText, QStringLiteral("Some photos do not have GPS data"));
-        QCOMPARE(secondaryText, QStringLiteral("The output will not be geolocated."));
-        QCOMPARE(names, (QStringList{"icon_button_0", "icon_button_1"}));
+        QCOMPARE(shown, texts + QStringList({"icon_button_0", "icon_button_1"}));
         QCOMPARE(dialogParent, &parent);
         // The dialog is gone once answered.
         QVERIFY(parent.findChildren<QDialog*>().isEmpty());
@@ -129,10 +124,10 @@ private slots:
     void noDialogOffTheGuiThread()
     {
         int result = -1;
-        QThread* thread = QThread::create([&result] { result = TaskDialog::showErrorMessage(nullptr, "Main"); });
+        const auto ask = [&result] { result = TaskDialog::showErrorMessage(nullptr, "Main"); };
+        QScopedPointer<QThread> thread(QThread::create(ask));
         thread->start();
         QVERIFY(thread->wait(10000));
-        delete thread;
         QCOMPARE(result, int(TaskDialog::Rejected));
     }
 
@@ -163,13 +158,8 @@ private slots:
             auto* choose = dialog->findChild<QPushButton*>("choose_selection_button");
             QVERIFY(view && choose);
             auto indexOf = [view](const QString& name) {
-                QAbstractItemModel* model = view->model();
-                for (int row = 0; row < model->rowCount(view->rootIndex()); ++row) {
-                    const QModelIndex index = model->index(row, 0, view->rootIndex());
-                    if (index.data().toString() == name)
-                        return index;
-                }
-                return QModelIndex();
+                const QModelIndex first = view->model()->index(0, 0, view->rootIndex());
+                return view->model()->match(first, Qt::DisplayRole, name, 1, Qt::MatchExactly).value(0);
             };
             // The folder's entries are listed in the background.
             QTRY_VERIFY(indexOf("a.jpg").isValid() && indexOf("photos").isValid());
