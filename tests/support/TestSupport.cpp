@@ -23,10 +23,7 @@ QStringList makeDronePhotos(const QString& outDir, const QStringList& extraArgs)
     const QString tool =
         QDir(QString::fromLocal8Bit(qgetenv("ZYN_TOOLS_DIR"))).filePath(QStringLiteral("make_drone_photos"));
     QProcess process;
-    process.start(tool, QStringList{QStringLiteral("--out"), outDir, QStringLiteral("--width"), QStringLiteral("320"),
-                                    QStringLiteral("--height"), QStringLiteral("240"), QStringLiteral("--jobs"),
-                                    QStringLiteral("1")}
-                            + extraArgs);
+    process.start(tool, QStringList{"--out", outDir, "--width", "320", "--height", "240", "--jobs", "1"} + extraArgs);
     if (!process.waitForFinished(120000) || process.exitCode() != 0) {
         qWarning() << "make_drone_photos failed:" << process.errorString() << process.readAllStandardError();
         return {};

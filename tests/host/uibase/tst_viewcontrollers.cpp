@@ -18,9 +18,7 @@ class LoggingVC : public BaseViewController {
     Q_OBJECT
 public:
     LoggingVC(const QString& name, QStringList* log, QObject* parent = nullptr)
-        : BaseViewController(parent), m_name(name), m_log(log)
-    {
-    }
+        : BaseViewController(parent), m_name(name), m_log(log) {}
     ~LoggingVC() override { add("destroyed"); }
     void viewDidLoad() override { add("didLoad"); }
     void viewWillAppear() override { add("willAppear"); }

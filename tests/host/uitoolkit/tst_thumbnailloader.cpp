@@ -16,17 +16,10 @@ using Zyn::UiToolkit::ThumbnailLoader;
 using Zyn::UiToolkit::ThumbnailPlaceholder;
 
 namespace {
-// The photos are one solid colour each: the centre tells which picture a thumbnail came from.
+// The pictures are covered in one colour each: the centre tells which one a thumbnail came from.
 QColor centre(const QImage& image)
 {
     return image.pixelColor(image.width() / 2, image.height() / 2);
-}
-
-QImage solid(const QSize& size, const QColor& color)
-{
-    QImage image(size, QImage::Format_RGB32);
-    image.fill(color);
-    return image;
 }
 } // namespace
 
@@ -36,6 +29,13 @@ private:
     QTemporaryDir m_dir;
     QString file(const QString& name) const { return m_dir.filePath(name); }
     ThumbnailLoader* loader() const { return ThumbnailLoader::instance(); }
+    // What a new item of path shows once loaded at visible priority; null if it never gets ready.
+    static QImage loaded(const QString& path)
+    {
+        LocalImageFileItem item(path);
+        item.requestThumbnail(IThumbnailItem::Visible);
+        return QTest::qWaitFor([&item] { return item.state() == IThumbnailItem::Ready; }) ? item.thumbnail() : QImage();
+    }
 
 private slots:
     void initTestCase()
@@ -64,9 +64,8 @@ private slots:
         QSignalSpy changed(&good, &IThumbnailItem::thumbnailChanged);
         for (auto* item : {&good, &broken, &missing})
             item->requestThumbnail(IThumbnailItem::Background);
-        QTRY_COMPARE(good.state(), IThumbnailItem::Ready);
-        QTRY_COMPARE(broken.state(), IThumbnailItem::Failed);
-        QTRY_COMPARE(missing.state(), IThumbnailItem::Failed);
+        const QList<IThumbnailItem::State> want{IThumbnailItem::Ready, IThumbnailItem::Failed, IThumbnailItem::Failed};
+        QTRY_COMPARE(QList<IThumbnailItem::State>({good.state(), broken.state(), missing.state()}), want);
         QCOMPARE(changed.count(), 1);
 
         QCOMPARE(good.thumbnail().size(), QSize(160, 120));
@@ -82,19 +81,12 @@ private slots:
     {
         // The picture is red and its EXIF thumbnail blue: the colour tells
         // which one the item shows.
-        const QImage red = solid(QSize(1600, 1200), QColor(220, 20, 20));
-        const QImage blue = solid(QSize(160, 120), QColor(20, 20, 220));
+        const QImage red = TestPhotos::makePicture(QSize(1600, 1200), 0, QColor(220, 20, 20));
+        const QImage blue = TestPhotos::makePicture(QSize(160, 120), 0, QColor(20, 20, 220));
         QVERIFY(TestPhotos::writeJpeg(file("exif.jpg"), red, blue));
         QVERIFY(TestPhotos::writeJpeg(file("plain.jpg"), red));
-
-        LocalImageFileItem withExif(file("exif.jpg"));
-        LocalImageFileItem plain(file("plain.jpg"));
-        withExif.requestThumbnail(IThumbnailItem::Visible);
-        plain.requestThumbnail(IThumbnailItem::Visible);
-        QTRY_COMPARE(withExif.state(), IThumbnailItem::Ready);
-        QTRY_COMPARE(plain.state(), IThumbnailItem::Ready);
-        QVERIFY(centre(withExif.thumbnail()).blue() > 180);
-        QVERIFY(centre(plain.thumbnail()).red() > 180);
+        QVERIFY(centre(loaded(file("exif.jpg"))).blue() > 180);
+        QVERIFY(centre(loaded(file("plain.jpg"))).red() > 180);
     }
 
     void neverMoreThanTheLimitInFlight()
@@ -157,12 +149,8 @@ private slots:
     void cacheIsReusedUntilTheFileChanges()
     {
         const QString path = file("cached.jpg");
-        QVERIFY(TestPhotos::writeJpeg(path, solid(QSize(640, 480), QColor(20, 200, 20))));
-        {
-            LocalImageFileItem first(path);
-            first.requestThumbnail(IThumbnailItem::Visible);
-            QTRY_COMPARE(first.state(), IThumbnailItem::Ready);
-        }
+        QVERIFY(TestPhotos::writeJpeg(path, TestPhotos::makePicture(QSize(640, 480), 0, QColor(20, 200, 20))));
+        QVERIFY(!loaded(path).isNull());
         const int decodes = loader()->decodeCount();
         const int hits = loader()->cacheHitCount();
         LocalImageFileItem second(path);
@@ -174,12 +162,9 @@ private slots:
 
         // Replaced by a different photo (other size and content): decoded again,
         // though nobody told the loader.
-        QVERIFY(TestPhotos::writeJpeg(path, solid(QSize(800, 600), QColor(200, 20, 200))));
-        LocalImageFileItem third(path);
-        third.requestThumbnail(IThumbnailItem::Visible);
-        QTRY_COMPARE(third.state(), IThumbnailItem::Ready);
+        QVERIFY(TestPhotos::writeJpeg(path, TestPhotos::makePicture(QSize(800, 600), 0, QColor(200, 20, 200))));
+        QVERIFY(centre(loaded(path)).red() > 150);
         QCOMPARE(loader()->decodeCount(), decodes + 1);
-        QVERIFY(centre(third.thumbnail()).red() > 150);
         second.reload();
         QCOMPARE(second.state(), IThumbnailItem::Loading);
     }

@@ -36,10 +36,7 @@ private slots:
         QFETCH(double, scale);
         QFETCH(QRect, bound);
         ZoomableImgWidget w;
-        w.resize(widgetSize);
-        w.show();
-        w.loadImage(m_photo);
-        QTRY_VERIFY(w.isFullResolution());
+        QVERIFY(showPhoto(w, widgetSize));
         if (scale > 0)
             w.centreOn(QPointF(433.3, 211.9), scale);
         QCOMPARE(w.getActualImageBound(), bound);
@@ -77,10 +74,7 @@ private slots:
     void zoomKeepsThePixelUnderTheCursor()
     {
         ZoomableImgWidget w;
-        w.resize(500, 300);
-        w.show();
-        w.loadImage(m_photo);
-        QTRY_VERIFY(w.isFullResolution());
+        QVERIFY(showPhoto(w, QSize(500, 300)));
         const QPointF cursor(123.0, 77.0);
         for (int steps : {3, 2, -1, 4, -6}) {
             const QPointF before = w.sourcePointF(cursor);
@@ -100,10 +94,7 @@ private slots:
     void panTellsThePress()
     {
         ZoomableImgWidget w;
-        w.resize(400, 300);
-        w.show();
-        w.loadImage(m_photo);
-        QTRY_VERIFY(w.isFullResolution());
+        QVERIFY(showPhoto(w, QSize(400, 300)));
         w.centreOn(QPointF(400, 200), 4.0);
         const QPointF before = w.sourcePointF(QPointF(200, 150));
         QTest::mousePress(&w, Qt::MiddleButton, Qt::NoModifier, QPoint(200, 150));
@@ -140,6 +131,15 @@ private slots:
     }
 
 private:
+    // Shows w at size with the photo; true once the photo is decoded at full resolution.
+    bool showPhoto(ZoomableImgWidget& w, const QSize& size)
+    {
+        w.resize(size);
+        w.show();
+        w.loadImage(m_photo);
+        return QTest::qWaitFor([&w] { return w.isFullResolution(); });
+    }
+
     QTemporaryDir m_dir;
     QString m_photo;
 };
