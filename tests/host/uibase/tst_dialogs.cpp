@@ -140,8 +140,7 @@ private slots:
             requests << request;
             return answer;
         });
-        QCOMPARE(FileDialog::getOpenFileName(nullptr, "Open File", "/data", "Survey (*.xml)"),
-                 QStringLiteral("/data/one.xml"));
+        QCOMPARE(FileDialog::getOpenFileName(nullptr, "Open File", "/data", "Survey (*.xml)"), answer.first());
         QCOMPARE(FileDialog::getOpenFileNames(nullptr, "Add", "/photos", "Images (*.jpg)"), answer);
         QCOMPARE(requests.size(), 2);
         QCOMPARE(requests[1].mode, FileDialog::OpenFiles);
@@ -169,8 +168,7 @@ private slots:
                               view->visualRect(indexOf("photos")).center());
             QTest::mouseClick(choose, Qt::LeftButton);
         });
-        QStringList chosen =
-            FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", m_dir.path(), "Images (*.jpg)");
+        QStringList chosen = FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", m_dir.path(), "Images (*.jpg)");
         chosen.sort();
         QCOMPARE(chosen, (QStringList{m_dir.filePath("a.jpg"), m_dir.filePath("photos")}));
     }
@@ -182,8 +180,7 @@ private slots:
                 QTest::mouseClick(choose, Qt::LeftButton);
         });
         const QString photos = m_dir.filePath("photos");
-        QCOMPARE(FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", photos, QString()),
-                 QStringList{photos});
+        QCOMPARE(FileDialog::getOpenFilesAndFolders(nullptr, "Add photos", photos, QString()), QStringList{photos});
     }
 
     void missingNameKeepsTheDialogOpen()

@@ -47,7 +47,6 @@ class TestViewControllers : public QObject {
 private slots:
     void init()
     {
-        m_log.clear();
         m_presenter.reset(new LoggingVC("p", &m_log));
         QVERIFY(Zyn::TestSupport::showExposed(m_presenter->getView(), QSize(640, 480)));
         m_log.clear();

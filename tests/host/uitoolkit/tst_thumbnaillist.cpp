@@ -1,16 +1,55 @@
-#include "FakeThumbnailItem.h"
-
+// The photo list: the model, its sorting and filtering proxy, and the view over them.
+#include <support/TestSupport.h>
+#include <uitoolkit/IThumbnailItem.h>
+#include <uitoolkit/ThumbnailDelegate.h>
 #include <uitoolkit/ThumbnailListModel.h>
 #include <uitoolkit/ThumbnailProxyModel.h>
+#include <uitoolkit/ThumbnailView.h>
 
 #include <QtTest>
+#include <QtWidgets>
 
 using Zyn::UiToolkit::IThumbnailItem;
+using Zyn::UiToolkit::ThumbnailDelegate;
 using Zyn::UiToolkit::ThumbnailListModel;
 using Zyn::UiToolkit::ThumbnailProxyModel;
+using Zyn::UiToolkit::ThumbnailView;
 using ItemPtr = QSharedPointer<IThumbnailItem>;
 
 namespace {
+
+// An item whose state the test sets by hand; counts thumbnail requests.
+class FakeThumbnailItem : public IThumbnailItem {
+    Q_OBJECT
+public:
+    explicit FakeThumbnailItem(const QString& path) : m_path(path) {}
+
+    QString path() const override { return m_path; }
+    QString displayName() const override { return QFileInfo(m_path).fileName(); }
+    State state() const override { return m_state; }
+    QImage thumbnail() const override { return m_image; }
+    void requestThumbnail(Priority priority) override
+    {
+        ++requests;
+        lastPriority = priority;
+    }
+
+    void finish(const QImage& image)
+    {
+        m_image = image;
+        m_state = image.isNull() ? Failed : Ready;
+        emit thumbnailChanged();
+    }
+
+    int requests = 0;
+    Priority lastPriority = Background;
+
+private:
+    QString m_path;
+    State m_state = Loading;
+    QImage m_image;
+};
+
 QVector<ItemPtr> fakes(const QStringList& paths)
 {
     QVector<ItemPtr> items;
@@ -18,9 +57,33 @@ QVector<ItemPtr> fakes(const QStringList& paths)
         items << ItemPtr(new FakeThumbnailItem(path));
     return items;
 }
+
+// A shown view over count fake photos.
+struct Shown {
+    ThumbnailListModel model;
+    ThumbnailView view;
+    QVector<FakeThumbnailItem*> items;
+
+    bool open(const QSize& size, int count)
+    {
+        view.setModel(&model);
+        if (!Zyn::TestSupport::showExposed(&view, size))
+            return false;
+        QVector<ItemPtr> batch;
+        for (int i = 0; i < count; ++i) {
+            items << new FakeThumbnailItem(QString("/photos/p%1.jpg").arg(i, 4, 10, QChar('0')));
+            batch << ItemPtr(items.last());
+        }
+        model.appendItems(batch);
+        return QTest::qWaitFor([this] { return view.visualRect(model.index(model.rowCount() - 1)).isValid(); });
+    }
+    QRect tile(int row) const { return view.visualRect(model.index(row)); }
+    void click(const QPoint& at) { QTest::mouseClick(view.viewport(), Qt::LeftButton, Qt::NoModifier, at); }
+};
+
 } // namespace
 
-class TestThumbnailModel : public QObject {
+class TestThumbnailList : public QObject {
     Q_OBJECT
 private slots:
     void appendSkipsDuplicatesAndNulls()
@@ -165,7 +228,53 @@ private slots:
         model.appendItems(fakes({"/q/IMG_3.jpg"}));
         QCOMPARE(proxy.index(3, 0).data(ThumbnailListModel::PathRole).toString(), QString("/q/IMG_3.jpg"));
     }
+
+    void everyPhotoIsRequestedAndVisibleOnesRaised()
+    {
+        Shown s;
+        const QSize tile = ThumbnailDelegate::tileSize();
+        QVERIFY(s.open(QSize(4 * tile.width() + 40, 3 * tile.height()), 200));
+        for (FakeThumbnailItem* item : s.items)
+            QVERIFY(item->requests >= 1);
+        // The first page is raised to visible priority, the last tile is not on screen.
+        QTRY_COMPARE(s.items.first()->lastPriority, IThumbnailItem::Visible);
+        QCOMPARE(s.items.last()->lastPriority, IThumbnailItem::Background);
+        const QVector<IThumbnailItem*> top = s.view.visibleItems();
+        QVERIFY(top.size() >= 4 && top.size() <= 20);
+        QVERIFY(top.contains(s.items.first()) && !top.contains(s.items.last()));
+
+        s.view.verticalScrollBar()->setValue(s.view.verticalScrollBar()->maximum());
+        QTRY_COMPARE(s.items.last()->lastPriority, IThumbnailItem::Visible);
+        const QVector<IThumbnailItem*> bottom = s.view.visibleItems();
+        QVERIFY(bottom.contains(s.items.last()) && !bottom.contains(s.items.first()));
+    }
+
+    void clicksCheckHighlightAndAskForRemoval()
+    {
+        Shown s;
+        QVERIFY(s.open(QSize(800, 500), 6));
+        const QRect tile = s.tile(1);
+        s.click(ThumbnailDelegate::checkBoxRect(tile).center());
+        QVERIFY(!s.model.isChecked(1));
+        QCOMPARE(s.model.checkedCount(), 5);
+        QVERIFY(!s.view.selectionModel()->isSelected(s.model.index(1)));
+        s.click(ThumbnailDelegate::checkBoxRect(tile).center());
+        QVERIFY(s.model.isChecked(1));
+        // Delete asks for removal only once something is highlighted.
+        QSignalSpy remove(&s.view, &ThumbnailView::removeRequested);
+        QTest::keyClick(&s.view, Qt::Key_Delete);
+        QCOMPARE(remove.count(), 0);
+        // A click on the picture highlights it and leaves the check alone.
+        s.click(tile.center());
+        QVERIFY(s.view.selectionModel()->isSelected(s.model.index(1)));
+        QVERIFY(s.model.isChecked(1));
+        QTest::keyClick(&s.view, Qt::Key_Delete);
+        QCOMPARE(remove.count(), 1);
+        // Space toggles the current tile.
+        QTest::keyClick(&s.view, Qt::Key_Space);
+        QVERIFY(!s.model.isChecked(1));
+    }
 };
 
-QTEST_MAIN(TestThumbnailModel)
-#include "tst_thumbnailmodel.moc"
+QTEST_MAIN(TestThumbnailList)
+#include "tst_thumbnaillist.moc"
