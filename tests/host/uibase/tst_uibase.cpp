@@ -138,8 +138,6 @@ private slots:
     }
     void init()
     {
-        FileDialog::clearHandler();
-        TaskDialog::clearHandler();
         m_presenter.reset(new LoggingVC("p", &m_log));
         QVERIFY(Zyn::TestSupport::showExposed(m_presenter->getView(), QSize(640, 480)));
         m_log.clear();
