@@ -108,13 +108,10 @@ QToolButton* button(BaseViewController* panel, const char* name)
 QStringList buttonsThenClick(QDialog* dialog, const QString& click)
 {
     QStringList names;
-    QPushButton* target = nullptr;
-    for (QPushButton* button : dialog->findChildren<QPushButton*>()) {
+    for (QPushButton* button : dialog->findChildren<QPushButton*>())
         names << button->objectName();
-        if (button->objectName() == click && button->isVisible())
-            target = button;
-    }
-    if (target)
+    auto* target = click.isEmpty() ? nullptr : dialog->findChild<QPushButton*>(click);
+    if (target && target->isVisible())
         QTest::mouseClick(target, Qt::LeftButton);
     names.sort();
     return names;
