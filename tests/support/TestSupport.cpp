@@ -20,8 +20,7 @@ bool writeFile(const QString& path, const QByteArray& bytes)
 
 QStringList makeDronePhotos(const QString& outDir, const QStringList& extraArgs)
 {
-    const QString tool =
-        QDir(QString::fromLocal8Bit(qgetenv("ZYN_TOOLS_DIR"))).filePath(QStringLiteral("make_drone_photos"));
+    const QString tool = QDir(qEnvironmentVariable("ZYN_TOOLS_DIR")).filePath(QStringLiteral("make_drone_photos"));
     QProcess process;
     process.start(tool, QStringList{"--out", outDir, "--width", "320", "--height", "240", "--jobs", "1"} + extraArgs);
     if (!process.waitForFinished(120000) || process.exitCode() != 0) {
