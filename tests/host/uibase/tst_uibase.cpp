@@ -366,8 +366,8 @@ private slots:
         lower->presentViewController(upper, TransitionNone);
         m_log.clear();
         lower->dismissViewController();
-        QCOMPARE(m_log.mid(0, 4),
-                 QStringList({"upper:willDisappear", "upper:didDisappear", "lower:willDisappear", "lower:didDisappear"}));
+        QCOMPARE(m_log.mid(0, 4), QStringList({"upper:willDisappear", "upper:didDisappear",
+                                               "lower:willDisappear", "lower:didDisappear"}));
         QTRY_VERIFY(m_log.contains("lower:destroyed"));
         QVERIFY(m_log.contains("upper:destroyed"));
     }
