@@ -54,27 +54,6 @@ void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton
     QApplication::sendEvent(w, &event);
 }
 
-void whenModalShown(const std::function<QWidget*(QWidget*)>& match, const std::function<void(QWidget*)>& action)
-{
-    auto* timer = new QTimer(qApp);
-    timer->setInterval(10);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, match, action] {
-        QWidget* modal = QApplication::activeModalWidget();
-        QWidget* target = modal ? match(modal) : nullptr;
-        if (!target || !target->isVisible())
-            return;
-        timer->stop();
-        timer->deleteLater();
-        QPointer<QWidget> guard(target);
-        action(target);
-        if (guard && guard->isVisible()) {
-            if (auto* dialog = qobject_cast<QDialog*>(guard.data()))
-                dialog->reject();
-        }
-    });
-    timer->start();
-}
-
 void isolateSettings(const QString& name, const QString& configDir)
 {
     QStandardPaths::setTestModeEnabled(true);
