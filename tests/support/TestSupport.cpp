@@ -63,20 +63,5 @@ void isolateSettings(const QString& name, const QString& configDir)
         qputenv("ZYN_CONFIG_FILE", QDir(configDir).filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
 }
 
-void DialogRecorder::record(int answerWith)
-{
-    clear();
-    answer = answerWith;
-    UiBase::TaskDialog::setHandler([this](const UiBase::TaskDialog::Request& request) {
-        append(request);
-        return answer;
-    });
-}
-
-void DialogRecorder::stop()
-{
-    UiBase::TaskDialog::clearHandler();
-}
-
 } // namespace TestSupport
 } // namespace Zyn

@@ -48,8 +48,16 @@ void isolateSettings(const QString& name, const QString& configDir = QString());
 class DialogRecorder : public QList<UiBase::TaskDialog::Request> {
 public:
     // Forgets earlier requests and starts answering.
-    void record(int answerWith = UiBase::TaskDialog::Ok);
-    void stop();
+    void record(int answerWith = UiBase::TaskDialog::Ok)
+    {
+        clear();
+        answer = answerWith;
+        UiBase::TaskDialog::setHandler([this](const UiBase::TaskDialog::Request& request) {
+            append(request);
+            return answer;
+        });
+    }
+    void stop() { UiBase::TaskDialog::clearHandler(); }
     int answer = UiBase::TaskDialog::Ok;
 };
 
