@@ -43,10 +43,9 @@ class TestPlugins : public QObject {
 private slots:
     void initTestCase()
     {
-        QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_dir.isValid());
+        Zyn::TestSupport::isolateSettings(QStringLiteral("tst_zynphoto_plugins"), m_dir.path());
         qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
-        qputenv("ZYN_CONFIG_FILE", m_dir.filePath(QStringLiteral("zynphoto.ini")).toUtf8());
         m_dialogs.record(UiBase::TaskDialog::IconButtonResult);
         AppCreate::CreateModelFlyout::setTermsHandler([](const QString&) { return true; });
         // A file that only looks like a library, and one that is not looked at.
