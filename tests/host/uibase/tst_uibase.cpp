@@ -28,20 +28,16 @@ class TestCommand : public CommandBase {
     Q_OBJECT
 public:
     explicit TestCommand(CmdsViewController* owner, const QString& name = QString(), bool result = true)
-        : CommandBase(owner), m_name(name), m_result(result)
-    {
-    }
-    QString getCommandName() const override { return m_name.isEmpty() ? CommandBase::getCommandName() : m_name; }
+        : CommandBase(owner), name(name), result(result) {}
+    QString getCommandName() const override { return name.isEmpty() ? CommandBase::getCommandName() : name; }
     bool execute() override
     {
         ++runs;
-        return m_result;
+        return result;
     }
+    const QString name;
+    const bool result;
     int runs = 0;
-
-private:
-    QString m_name;
-    bool m_result;
 };
 
 class StateRecorder : public QObject, public CommandStateProtocol {
@@ -60,16 +56,14 @@ public:
 
 class Responder : public ViewResponder {
 public:
-    explicit Responder(const QString& handles) : m_handles(handles) {}
+    explicit Responder(const QString& handles) : handles(handles) {}
     bool respondToAction(const QString& action) override
     {
         asked << action;
-        return action == m_handles;
+        return action == handles;
     }
+    const QString handles;
     QStringList asked;
-
-private:
-    QString m_handles;
 };
 
 QStringList names(const QList<CommandBase*>& commands)
