@@ -20,13 +20,9 @@ bool writeFile(const QString& path, const QByteArray& bytes)
 
 QStringList makeDronePhotos(const QString& outDir, const QStringList& extraArgs)
 {
-    const QString tool =
-        QDir(QString::fromLocal8Bit(qgetenv("ZYN_TOOLS_DIR"))).filePath(QStringLiteral("make_drone_photos"));
+    const QString tool = QDir(qEnvironmentVariable("ZYN_TOOLS_DIR")).filePath(QStringLiteral("make_drone_photos"));
     QProcess process;
-    process.start(tool, QStringList{QStringLiteral("--out"), outDir, QStringLiteral("--width"), QStringLiteral("320"),
-                                    QStringLiteral("--height"), QStringLiteral("240"), QStringLiteral("--jobs"),
-                                    QStringLiteral("1")}
-                            + extraArgs);
+    process.start(tool, QStringList{"--out", outDir, "--width", "320", "--height", "240", "--jobs", "1"} + extraArgs);
     if (!process.waitForFinished(120000) || process.exitCode() != 0) {
         qWarning() << "make_drone_photos failed:" << process.errorString() << process.readAllStandardError();
         return {};
@@ -58,27 +54,6 @@ void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton
     QApplication::sendEvent(w, &event);
 }
 
-void whenModalShown(const std::function<QWidget*(QWidget*)>& match, const std::function<void(QWidget*)>& action)
-{
-    auto* timer = new QTimer(qApp);
-    timer->setInterval(10);
-    QObject::connect(timer, &QTimer::timeout, timer, [timer, match, action] {
-        QWidget* modal = QApplication::activeModalWidget();
-        QWidget* target = modal ? match(modal) : nullptr;
-        if (!target || !target->isVisible())
-            return;
-        timer->stop();
-        timer->deleteLater();
-        QPointer<QWidget> guard(target);
-        action(target);
-        if (guard && guard->isVisible()) {
-            if (auto* dialog = qobject_cast<QDialog*>(guard.data()))
-                dialog->reject();
-        }
-    });
-    timer->start();
-}
-
 void isolateSettings(const QString& name, const QString& configDir)
 {
     QStandardPaths::setTestModeEnabled(true);
@@ -86,21 +61,6 @@ void isolateSettings(const QString& name, const QString& configDir)
     QCoreApplication::setApplicationName(name);
     if (!configDir.isEmpty())
         qputenv("ZYN_CONFIG_FILE", QDir(configDir).filePath(QStringLiteral("zynphoto.ini")).toLocal8Bit());
-}
-
-void DialogRecorder::record(int answerWith)
-{
-    clear();
-    answer = answerWith;
-    UiBase::TaskDialog::setHandler([this](const UiBase::TaskDialog::Request& request) {
-        append(request);
-        return answer;
-    });
-}
-
-void DialogRecorder::stop()
-{
-    UiBase::TaskDialog::clearHandler();
 }
 
 } // namespace TestSupport

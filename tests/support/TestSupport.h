@@ -2,11 +2,15 @@
 
 #include <uibase/TaskDialog.h>
 
+#include <QApplication>
 #include <QByteArray>
+#include <QDialog>
 #include <QEvent>
 #include <QList>
+#include <QPointer>
 #include <QString>
 #include <QStringList>
+#include <QTimer>
 #include <QWidget>
 
 #include <functional>
@@ -34,12 +38,6 @@ bool showExposed(QWidget* w, const QSize& size = QSize());
 // Sends one mouse event of type to w at pos, with buttons held.
 void sendMouse(QWidget* w, QEvent::Type type, const QPoint& pos, Qt::MouseButton button, Qt::MouseButtons buttons);
 
-// Calls action once with the first visible modal widget of type T that
-// appears; rejects it afterwards if the action left it open. Polls on a
-// GUI-thread timer, so a test can call this right before the code that
-// opens the dialog with exec().
-void whenModalShown(const std::function<QWidget*(QWidget*)>& match, const std::function<void(QWidget*)>& action);
-
 // Gives the test settings of its own: QStandardPaths' test mode and the
 // application name `name`; with configDir, also its own host configuration
 // file there. Call from initTestCase.
@@ -50,16 +48,39 @@ void isolateSettings(const QString& name, const QString& configDir = QString());
 class DialogRecorder : public QList<UiBase::TaskDialog::Request> {
 public:
     // Forgets earlier requests and starts answering.
-    void record(int answerWith = UiBase::TaskDialog::Ok);
-    void stop();
+    void record(int answerWith = UiBase::TaskDialog::Ok)
+    {
+        clear();
+        answer = answerWith;
+        UiBase::TaskDialog::setHandler([this](const UiBase::TaskDialog::Request& request) {
+            append(request);
+            return answer;
+        });
+    }
+    void stop() { UiBase::TaskDialog::clearHandler(); }
     int answer = UiBase::TaskDialog::Ok;
 };
 
+// Calls action once with the first visible modal widget of type T that
+// appears; rejects it afterwards if the action left it open. Polls on a
+// GUI-thread timer, so a test can call this right before the code that
+// opens the dialog with exec().
 template <class T>
 void whenModalShown(const std::function<void(T*)>& action)
 {
-    whenModalShown([](QWidget* w) -> QWidget* { return qobject_cast<T*>(w); },
-                   [action](QWidget* w) { action(static_cast<T*>(w)); });
+    auto* timer = new QTimer(qApp);
+    timer->setInterval(10);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, action] {
+        QPointer<T> target = qobject_cast<T*>(QApplication::activeModalWidget());
+        if (!target || !target->isVisible())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        action(target);
+        if (auto* dialog = qobject_cast<QDialog*>(target.data()); dialog && dialog->isVisible())
+            dialog->reject();
+    });
+    timer->start();
 }
 
 } // namespace TestSupport

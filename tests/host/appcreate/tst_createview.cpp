@@ -1,5 +1,5 @@
 // The create view base and its flyout base, driven as an application and a user drive them.
-#include "GpsJpeg.h"
+#include "TestPhotos.h"
 
 #include <appcreate/CreateModelFlyout.h>
 #include <appcreate/CreateViewController.h>
@@ -124,8 +124,8 @@ private slots:
         QVERIFY(QDir().mkpath(m_dir.filePath(QStringLiteral("photos"))));
         for (int i = 0; i < 30; ++i) {
             const QString path = m_dir.filePath(QStringLiteral("photos/IMG_%1.jpg").arg(i));
-            QVERIFY(i < 3 ? GpsJpeg::writeWithGps(path, {46.5 + i * 0.001, 7.9, 1500}, i)
-                          : GpsJpeg::writePlain(path, i));
+            QVERIFY(i < 3 ? TestPhotos::writeWithGps(path, {46.5 + i * 0.001, 7.9, 1500}, i)
+                          : TestPhotos::writePlain(path, i));
             (i < 3 ? m_photos : m_more) << path;
         }
     }

@@ -1,6 +1,6 @@
 // The host's EXIF GPS reader and the embedded processing service: what a
 // project folder holds, and that nothing existing is ever overwritten.
-#include "GpsJpeg.h"
+#include "TestPhotos.h"
 
 #include <appcreate/PhotoGps.h>
 #include <appcreate/ProcessingService.h>
@@ -22,10 +22,10 @@ private slots:
         QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_dir.isValid() && m_photos.isValid());
         m_service = ProcessingService::instance();
-        QVERIFY(GpsJpeg::writeWithGps(photo("ne.jpg"), {46.5480, 7.9820, 1234.5}));
-        QVERIFY(GpsJpeg::writeWithGps(photo("sw.jpg"), {-33.8568, -70.6483, -12.25}, 1));
-        QVERIFY(GpsJpeg::writeWithoutGps(photo("nogps.jpg"), 2));
-        QVERIFY(GpsJpeg::writePlain(photo("plain.jpg"), 3));
+        QVERIFY(TestPhotos::writeWithGps(photo("ne.jpg"), {46.5480, 7.9820, 1234.5}));
+        QVERIFY(TestPhotos::writeWithGps(photo("sw.jpg"), {-33.8568, -70.6483, -12.25}, 1));
+        QVERIFY(TestPhotos::writeWithoutGps(photo("nogps.jpg"), 2));
+        QVERIFY(TestPhotos::writePlain(photo("plain.jpg"), 3));
         // A JPEG start and an EXIF block header whose content is garbage.
         static const char bytes[] = "\xFF\xD8\xFF\xE1\x00\x10" "Exif\0\0garbage-garbage";
         QVERIFY(writeFile(photo("corrupt.jpg"), QByteArray(bytes, sizeof(bytes) - 1)));

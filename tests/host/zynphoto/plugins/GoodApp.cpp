@@ -12,12 +12,7 @@ namespace {
 class GoodCommand : public Zyn::UiBase::CommandBase {
     Q_OBJECT
 public:
-    explicit GoodCommand(Zyn::UiBase::CmdsViewController* owner)
-        : CommandBase(owner)
-    {
-        setObjectName(getCommandName());
-        setText(QStringLiteral("Good"));
-    }
+    explicit GoodCommand(Zyn::UiBase::CmdsViewController* owner) : CommandBase(owner) { setText("Good"); }
     bool execute() override
     {
         auto* dashboard = dynamic_cast<Zyn::AppDashboard::DashboardVC*>(getViewController());

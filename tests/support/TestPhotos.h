@@ -5,8 +5,8 @@
 #include <QSize>
 #include <QString>
 
-// Photos made at test time: JPEGs with or without an embedded EXIF
-// thumbnail, and files that only pretend to be photos.
+// Photos made at test time: JPEGs with or without EXIF (an embedded
+// thumbnail, a GPS block), and files that only pretend to be photos.
 namespace TestPhotos {
 
 // A photo-like picture (sky, ground, a few shapes) varying with seed.
@@ -21,5 +21,16 @@ bool writePhoto(const QString& path, const QSize& size, int seed, bool withExifT
 
 // A file named like a photo whose bytes are not an image.
 bool writeCorrupt(const QString& path);
+
+// South, west and below sea level are negative.
+struct Gps {
+    double latitude, longitude, altitude;
+};
+
+// Small 64x48 photos: with an EXIF GPS block, with EXIF but no GPS block,
+// and with no EXIF at all.
+bool writeWithGps(const QString& path, const Gps& gps, int seed = 0);
+bool writeWithoutGps(const QString& path, int seed = 0);
+bool writePlain(const QString& path, int seed = 0);
 
 } // namespace TestPhotos
