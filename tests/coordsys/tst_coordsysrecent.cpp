@@ -26,7 +26,7 @@ private:
     static QString recentKey(bool input)
     {
         return QString::fromLatin1(Utilities::CFG_ELEM_GENERAL) + '/'
-               + QString::fromLatin1(input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU : Utilities::CFG_ELEM_COORDSYS_OUT_MRU);
+               + (input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU : Utilities::CFG_ELEM_COORDSYS_OUT_MRU);
     }
     static QStringList recent(bool input) { return QSettings().value(recentKey(input)).toStringList(); }
     static void setRecent(bool input, const QStringList& list) { QSettings().setValue(recentKey(input), list); }

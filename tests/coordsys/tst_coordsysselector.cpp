@@ -15,28 +15,17 @@ namespace AppCreate {
 
 namespace {
 
-QTableWidget* tableOf(CoordSysDialog* dialog)
-{
-    return dialog->findChild<QTableWidget*>(QStringLiteral("table_coordsys"));
-}
+QTableWidget* tableOf(CoordSysDialog* dialog) { return dialog->findChild<QTableWidget*>("table_coordsys"); }
+void clickButton(QWidget* w, const char* name) { QTest::mouseClick(w->findChild<QPushButton*>(name), Qt::LeftButton); }
 
 void chooseAndConfirm(CoordSysDialog* dialog, const QString& code)
 {
     QTableWidget* table = tableOf(dialog);
-    for (int row = 0; row < table->rowCount(); ++row) {
-        QTableWidgetItem* item = table->item(row, 0);
-        if (item->text() == code) {
-            table->scrollToItem(item);
-            QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, table->visualItemRect(item).center());
-            break;
-        }
-    }
-    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("button_ok")), Qt::LeftButton);
-}
-
-void cancel(CoordSysDialog* dialog)
-{
-    QTest::mouseClick(dialog->findChild<QPushButton*>(QStringLiteral("button_cancel")), Qt::LeftButton);
+    QTableWidgetItem* item = table->findItems(code, Qt::MatchExactly).value(0);
+    QVERIFY2(item, qPrintable(code));
+    table->scrollToItem(item);
+    QTest::mouseClick(table->viewport(), Qt::LeftButton, Qt::NoModifier, table->visualItemRect(item).center());
+    clickButton(dialog, "button_ok");
 }
 
 } // namespace
@@ -142,16 +131,16 @@ private slots:
         selector.show();
         QVERIFY(loadAndWait(selector));
         QSignalSpy changed(&selector, &CoordSysSelector::coordSysSelectionChanged);
-        const auto click = [&] { QTest::mouseClick(selector.findChild<QPushButton*>(QStringLiteral("button_browse")), Qt::LeftButton); };
+        const auto click = [&] { clickButton(&selector, "button_browse"); };
 
         // Confirming what is already shown.
-        QCOMPARE(browse(click, selector.dialog(), [](CoordSysDialog* d) { chooseAndConfirm(d, QStringLiteral("LL84")); }), 1);
+        QCOMPARE(browse(click, selector.dialog(), [](CoordSysDialog* d) { chooseAndConfirm(d, "LL84"); }), 1);
         QCOMPARE(changed.count(), 0);
         // Cancelling after picking another row.
         QCOMPARE(browse(click, selector.dialog(),
                         [](CoordSysDialog* d) {
                             tableOf(d)->selectRow(5);
-                            cancel(d);
+                            clickButton(d, "button_cancel");
                         }),
                  1);
         QCOMPARE(changed.count(), 0);
