@@ -58,14 +58,11 @@ private slots:
         Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialcreateviewcontroller"));
         QVERIFY(m_dir.isValid());
         qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
-        const QStringList north{QStringLiteral("--lat"), QStringLiteral("47.0"), QStringLiteral("--lon"), QStringLiteral("15.0")};
-        m_sets.insert(QStringLiteral("gps"), makePhotos(QStringLiteral("gps"), north + QStringList{"--count", "3"}));
-        m_sets.insert(QStringLiteral("lastNone"),
-                      makePhotos(QStringLiteral("lastNone"), north + QStringList{"--count", "4", "--no-gps", "1", "--seed", "2"}));
-        m_sets.insert(QStringLiteral("zero"),
-                      makePhotos(QStringLiteral("zero"), north + QStringList{"--count", "2", "--zero-gps", "2", "--seed", "3"}));
-        m_sets.insert(QStringLiteral("south"),
-                      makePhotos(QStringLiteral("south"), QStringList{"--lat", "-33.4", "--lon", "-70.6", "--count", "2", "--seed", "4"}));
+        const QString north = QStringLiteral("--lat 47.0 --lon 15.0");
+        m_sets["gps"] = makePhotos("gps", north + " --count 3");
+        m_sets["lastNone"] = makePhotos("lastNone", north + " --count 4 --no-gps 1 --seed 2");
+        m_sets["zero"] = makePhotos("zero", north + " --count 2 --zero-gps 2 --seed 3");
+        m_sets["south"] = makePhotos("south", "--lat -33.4 --lon -70.6 --count 2 --seed 4");
         for (const QString& set : m_sets.keys())
             QVERIFY2(!photos(set).isEmpty(), qPrintable(set));
         m_window.getView()->resize(1000, 700);
@@ -99,7 +96,7 @@ private slots:
     void acceptsLocalImageItemsOnly()
     {
         const QString path = photos(QStringLiteral("gps")).constFirst();
-        QSharedPointer<Zyn::UiToolkit::IThumbnailItem> item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
+        const auto item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
         QVERIFY(qobject_cast<Zyn::UiToolkit::LocalImageFileItem*>(item.data()));
         QCOMPARE(item->path(), path);
         QVERIFY(!item->parent());
@@ -258,14 +255,14 @@ private slots:
         QVERIFY(KeelCore::waitForIdle());
         m_dialogs.clear();
         m_dialogs.answer = answer;
-        QTest::mouseClick(m_panel->getQtWidget()->findChild<QToolButton*>(QStringLiteral("cross_button")), Qt::LeftButton);
+        QTest::mouseClick(m_panel->getQtWidget()->findChild<QToolButton*>("cross_button"), Qt::LeftButton);
         if (photos == 0) {
             QVERIFY(m_dialogs.isEmpty());
         } else {
             QCOMPARE(m_dialogs.size(), 1);
             const TaskDialog::Request& r = m_dialogs.first();
-            QCOMPARE(r.mainText, photos == 1 ? QString("Discard the photo and settings of this project?")
-                                             : QString("Discard the %1 photos and settings of this project?").arg(photos));
+            const QString which = photos == 1 ? QStringLiteral("the photo") : QString("the %1 photos").arg(photos);
+            QCOMPARE(r.mainText, QString("Discard %1 and settings of this project?").arg(which));
             QCOMPARE(r.iconButtons.size(), 3);
             QCOMPARE(r.iconButtons.at(1).label, QString("Keep for later"));
         }
@@ -286,9 +283,9 @@ private slots:
     }
 
 private:
-    QStringList makePhotos(const QString& name, const QStringList& args)
+    QStringList makePhotos(const QString& name, const QString& args)
     {
-        return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), QStringList{QStringLiteral("--alt"), QStringLiteral("120")} + args);
+        return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), ("--alt 120 " + args).split(' '));
     }
     QStringList photos(const QString& name) const { return m_sets.value(name); }
     PhotoPreview* canvas() const
