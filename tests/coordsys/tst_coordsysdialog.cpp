@@ -9,8 +9,7 @@
 #include <keelcore/Dispatch.h>
 #include <utilities/Constants.h>
 
-using Zyn::AppCreate::CoordSysDialog;
-using Zyn::AppCreate::GcpCoordSysInfo;
+using namespace Zyn::AppCreate;
 
 namespace {
 
@@ -53,8 +52,7 @@ QStringList recentOutput()
 
 } // namespace
 
-namespace Zyn {
-namespace AppCreate {
+namespace Zyn::AppCreate {
 
 // Friend of the dialog: reads its unit map.
 class CoordSysDialogTest : public QObject {
@@ -418,8 +416,7 @@ private slots:
     }
 };
 
-} // namespace AppCreate
-} // namespace Zyn
+} // namespace Zyn::AppCreate
 
 QTEST_MAIN(Zyn::AppCreate::CoordSysDialogTest)
 #include "tst_coordsysdialog.moc"

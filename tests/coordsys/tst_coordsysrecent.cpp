@@ -12,8 +12,7 @@
 
 #include "ui_CoordSysDialog.h"
 
-namespace Zyn {
-namespace AppCreate {
+namespace Zyn::AppCreate {
 
 class CoordSysDialogTest : public QObject {
     Q_OBJECT
@@ -152,8 +151,7 @@ private slots:
     }
 };
 
-} // namespace AppCreate
-} // namespace Zyn
+} // namespace Zyn::AppCreate
 
 QTEST_MAIN(Zyn::AppCreate::CoordSysDialogTest)
 #include "tst_coordsysrecent.moc"

@@ -9,10 +9,7 @@
 #include <utilities/Constants.h>
 #include <utilities/ResourceStrings.h>
 
-using Zyn::AppCreate::CoordSysDialog;
-using Zyn::AppCreate::CoordSysSelector;
-using Zyn::AppCreate::GcpCoordSysInfo;
-using Zyn::AppCreate::TableWidgetItem;
+using namespace Zyn::AppCreate;
 
 class CoordSysRecordTest : public QObject {
     Q_OBJECT

@@ -10,8 +10,7 @@
 
 #include <functional>
 
-namespace Zyn {
-namespace AppCreate {
+namespace Zyn::AppCreate {
 
 namespace {
 
@@ -229,8 +228,7 @@ private slots:
     }
 };
 
-} // namespace AppCreate
-} // namespace Zyn
+} // namespace Zyn::AppCreate
 
 QTEST_MAIN(Zyn::AppCreate::CoordSysSelectorTest)
 #include "tst_coordsysselector.moc"

@@ -25,20 +25,14 @@
 
 #include <support/TestSupport.h>
 
-using Zyn::AppCreate::AerialCreateViewController;
-using Zyn::AppCreate::AerialSettingsFlyout;
-using Zyn::AppCreate::CoordSysSelector;
-using Zyn::AppCreate::MainState;
-using Zyn::AppCreate::PhotoPreview;
-using Zyn::AppCreate::SCloudFile;
-using Zyn::UiBase::BaseViewController;
-using Zyn::UiBase::TaskDialog;
-using Zyn::UiToolkit::ActionPanelVC;
+using namespace Zyn::AppCreate;
+using namespace Zyn::UiBase;
+using namespace Zyn::UiToolkit;
 
 namespace {
 
 // An item of another kind, as a cloud file would be.
-class OtherItem : public Zyn::UiToolkit::IThumbnailItem {
+class OtherItem : public IThumbnailItem {
 public:
     QString path() const override { return QStringLiteral("cloud:123"); }
     QString displayName() const override { return QStringLiteral("remote"); }
@@ -80,7 +74,7 @@ private slots:
         m_window.presentViewController(m_panel, 0);
         // Every set names its photos AX20_0001...; in the order added, "last"
         // is the photo added last.
-        canvas()->proxyModel()->setSortMode(Zyn::UiToolkit::ThumbnailProxyModel::AsAdded);
+        canvas()->proxyModel()->setSortMode(ThumbnailProxyModel::AsAdded);
     }
     void cleanup()
     {
@@ -97,13 +91,13 @@ private slots:
     {
         const QString path = photos(QStringLiteral("gps")).constFirst();
         const auto item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
-        QVERIFY(qobject_cast<Zyn::UiToolkit::LocalImageFileItem*>(item.data()));
+        QVERIFY(qobject_cast<LocalImageFileItem*>(item.data()));
         QCOMPARE(item->path(), path);
         QVERIFY(!item->parent());
         QVERIFY(m_controller->validateThumbnailItem(item));
 
         QVERIFY(!m_controller->validateThumbnailItem({}));
-        QVERIFY(!m_controller->validateThumbnailItem(QSharedPointer<Zyn::UiToolkit::IThumbnailItem>(new OtherItem)));
+        QVERIFY(!m_controller->validateThumbnailItem(QSharedPointer<IThumbnailItem>(new OtherItem)));
     }
     void warnsOncePerBatchWithoutGps_data()
     {

@@ -21,11 +21,7 @@
 
 #include <support/TestSupport.h>
 
-using Zyn::AppCreate::AerialSettingsFlyout;
-using Zyn::AppCreate::CoordSysSelector;
-using Zyn::AppCreate::CreateModelFlyout;
-using Zyn::AppCreate::MainState;
-using Zyn::AppCreate::PhotoPreview;
+using namespace Zyn::AppCreate;
 using Zyn::UiBase::TaskDialog;
 
 namespace {

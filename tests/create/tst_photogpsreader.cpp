@@ -7,7 +7,6 @@
 #include <functional>
 
 #include <cstdio>
-#include <cstring>
 #include <random>
 #include <sys/stat.h>
 #include <unistd.h>
