@@ -62,8 +62,7 @@ private slots:
         QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(true), GcpCoordSysInfo::ll84());
         QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false), GcpCoordSysInfo::ll84());
 
-        const GcpCoordSysInfo utm(QStringLiteral("EPSG:32633"), QStringLiteral("WGS 84 / UTM zone 33N"),
-                                  QStringLiteral("32633"), 1, QStringLiteral("WGS84"), 0);
+        const GcpCoordSysInfo utm("EPSG:32633", "WGS 84 / UTM zone 33N", "32633", 1, "WGS84", 0);
         CoordSysDialog::saveGcpCoordSysInfo(utm, false);
         CoordSysDialog::saveGcpCoordSysInfo(GcpCoordSysInfo::ecef(), true);
         QCOMPARE(CoordSysDialog::loadGcpCoordSysInfo(false), utm);

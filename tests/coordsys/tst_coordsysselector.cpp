@@ -171,8 +171,7 @@ private slots:
 
         QVERIFY(loadAndWait(selector));
         QSignalSpy changed(&selector, &CoordSysSelector::coordSysSelectionChanged);
-        const GcpCoordSysInfo utm(QStringLiteral("EPSG:32633"), QStringLiteral("WGS 84 / UTM zone 33N"),
-                                  QStringLiteral("32633"), 1, QString(), 0);
+        const GcpCoordSysInfo utm("EPSG:32633", "WGS 84 / UTM zone 33N", "32633", 1, QString(), 0);
         selector.setCoordSysData(utm);
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.at(0).at(0).value<GcpCoordSysInfo>(), utm);
