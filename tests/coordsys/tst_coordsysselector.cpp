@@ -91,9 +91,9 @@ private slots:
         selector.reset();
         QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
 
-        const int shown = browse([&] { selector.on_button_browse_clicked(); }, selector.dialog(),
-                                 [](CoordSysDialog* d) { chooseAndConfirm(d, QStringLiteral("EPSG:2154")); });
-        QCOMPARE(shown, 1);
+        QCOMPARE(browse([&] { selector.on_button_browse_clicked(); }, selector.dialog(),
+                        [](CoordSysDialog* d) { chooseAndConfirm(d, "EPSG:2154"); }),
+                 1);
         QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:2154"));
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.at(0).at(0).value<GcpCoordSysInfo>().code, QStringLiteral("EPSG:2154"));
@@ -147,9 +147,8 @@ private slots:
         QCOMPARE(selector.getCoordSysData().code, QStringLiteral("LL84"));
         // A real change, through a click on the text box.
         auto* box = selector.findChild<QLineEdit*>(QStringLiteral("txtbox_coordsys"));
-        QCOMPARE(browse([&] { QTest::mouseClick(box, Qt::LeftButton); }, selector.dialog(),
-                        [](CoordSysDialog* d) { chooseAndConfirm(d, QStringLiteral("ECEF")); }),
-                 1);
+        const auto clickBox = [&] { QTest::mouseClick(box, Qt::LeftButton); };
+        QCOMPARE(browse(clickBox, selector.dialog(), [](CoordSysDialog* d) { chooseAndConfirm(d, "ECEF"); }), 1);
         QCOMPARE(changed.count(), 1);
         QCOMPARE(changed.at(0).at(0).value<GcpCoordSysInfo>(), GcpCoordSysInfo::ecef());
         QCOMPARE(selector.getCoordSysId(), QStringLiteral("ECEF"));
