@@ -44,14 +44,11 @@ private:
         dialog.setCoordSysInfoData(row, code, QStringLiteral("System ") + code, QString(), 1, QString(), 0);
     }
 
+    // Only the code column holds codes, so an exact match anywhere is its item.
     static int rankOf(CoordSysDialog& dialog, const QString& code)
     {
-        QTableWidget* t = table(dialog);
-        for (int row = 0; row < t->rowCount(); ++row) {
-            if (t->item(row, 0)->text() == code)
-                return static_cast<TableWidgetItem*>(t->item(row, 0))->recentRank();
-        }
-        return -1;
+        const QList<QTableWidgetItem*> found = table(dialog)->findItems(code, Qt::MatchExactly);
+        return found.isEmpty() ? -1 : static_cast<TableWidgetItem*>(found.first())->recentRank();
     }
 
     static QStringList codeColumn(CoordSysDialog& dialog)
