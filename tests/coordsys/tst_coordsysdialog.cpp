@@ -105,8 +105,6 @@ private slots:
             QVERIFY2(info.systemType != 2 && info.systemType != 1, qPrintable(info.code));
             QCOMPARE(table->item(row, 0)->text(), info.code);
         }
-        QCOMPARE(rowOf(table, QStringLiteral("ECEF")), -1);
-        QCOMPARE(rowOf(table, QStringLiteral("LL84")), -1);
 
         const int utm = rowOf(table, QStringLiteral("EPSG:32633"));
         QVERIFY(utm >= 0);
