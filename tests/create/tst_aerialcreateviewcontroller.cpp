@@ -282,18 +282,12 @@ private:
         return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), ("--alt 120 " + args).split(' '));
     }
     QStringList photos(const QString& name) const { return m_sets.value(name); }
-    PhotoPreview* canvas() const
-    {
-        return qobject_cast<MainState*>(m_controller->getState())->getPhotoCanvas();
-    }
+    PhotoPreview* canvas() const { return qobject_cast<MainState*>(m_controller->getState())->getPhotoCanvas(); }
     CoordSysSelector* selector() const
     {
         return canvas()->getFlyout()->findChild<CoordSysSelector*>(QStringLiteral("coord_sys_selector"));
     }
-    QRect inWindow(const QWidget* w)
-    {
-        return QRect(w->mapTo(m_window.getView(), QPoint(0, 0)), w->size());
-    }
+    QRect inWindow(const QWidget* w) { return QRect(w->mapTo(m_window.getView(), QPoint(0, 0)), w->size()); }
     int warnings() const
     {
         return int(std::count_if(m_dialogs.begin(), m_dialogs.end(),
