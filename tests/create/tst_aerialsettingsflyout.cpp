@@ -188,7 +188,6 @@ private slots:
         auto* ortho = child<QCheckBox>("orthomap_checkBox");
         auto* spin = child<QSpinBox>("upp_spinBox");
         m_flyout->show();
-        QVERIFY(!ortho->isChecked());
         QVERIFY(!spin->isEnabled());
         QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
         QVERIFY(ortho->isChecked());
