@@ -167,7 +167,6 @@ private slots:
         QTest::sendKeyEvent(QTest::Click, edit, Qt::Key(key), typed, Qt::KeyboardModifiers(modifiers));
         QCOMPARE(edit->text().insert(edit->cursorPosition(), '|'), field);
         QCOMPARE(returned.count(), 0);
-        QVERIFY(m_dialogs.isEmpty());
     }
     void meshCannotBeSwitchedOff()
     {
