@@ -8,8 +8,7 @@
 #include <keelcore/Dispatch.h>
 #include <uibase/TaskDialog.h>
 
-using Zyn::AppCreate::CoordSysDialog;
-using Zyn::AppCreate::GcpCoordSysInfo;
+using namespace Zyn::AppCreate;
 using Zyn::UiBase::TaskDialog;
 
 class CoordSysNoDatabaseTest : public QObject {

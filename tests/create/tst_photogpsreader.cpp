@@ -7,7 +7,6 @@
 #include <functional>
 
 #include <cstdio>
-#include <cstring>
 #include <random>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -70,12 +69,14 @@ class TestPhotoGpsReader : public QObject
     QTemporaryDir m_tmp;
     QList<Photo> m_photos;
     Photo m_south; // a south-western photo below sea level
+    QByteArray m_whole; // its bytes
+    int m_exifEnd = -1; // just past its EXIF segment
 
-    QList<Photo> flight(const QString& name, const QStringList& args)
+    QList<Photo> flight(const QString& name, const QString& args)
     {
         const QString dir = m_tmp.filePath(name);
         QList<Photo> photos;
-        if (Zyn::TestSupport::makeDronePhotos(dir, args).isEmpty())
+        if (Zyn::TestSupport::makeDronePhotos(dir, args.split(' ')).isEmpty())
             return photos;
         for (const QByteArray& line : readFile(QDir(dir).filePath(QStringLiteral("manifest.csv"))).split('\n').mid(1)) {
             const QList<QByteArray> f = line.split(',');
@@ -89,13 +90,11 @@ class TestPhotoGpsReader : public QObject
     // Makes the file of one case of files(); an empty path when it cannot here.
     QString makeCase(const QString& kind)
     {
-        const QByteArray whole = readFile(m_south.file);
-        const int end = exifSegmentEnd(whole);
         const QString path = m_tmp.filePath(QStringLiteral("case-%1.jpg").arg(QString(kind).replace(' ', '-')));
-        const QMap<QString, int> cuts{{"empty file", 0}, {"cut inside the EXIF segment", end - 2000},
-                                      {"cut after the EXIF segment", end + (whole.size() - end) / 2}};
+        const QMap<QString, int> cuts{{"empty file", 0}, {"cut inside the EXIF segment", m_exifEnd - 2000},
+                                      {"cut after the EXIF segment", m_exifEnd + (m_whole.size() - m_exifEnd) / 2}};
         if (cuts.contains(kind))
-            return end > 3000 && writeFile(path, whole.left(cuts.value(kind))) ? path : QString();
+            return m_exifEnd > 3000 && writeFile(path, m_whole.left(cuts.value(kind))) ? path : QString();
         if (kind == "missing file")
             return m_tmp.filePath("no-such-photo.jpg");
         if (kind == "directory")
@@ -120,7 +119,7 @@ class TestPhotoGpsReader : public QObject
             QByteArray filler;
             for (int i = 0; i < 3; ++i)
                 filler += QByteArray("\xFF\xE2\xC3\x52", 4) + QByteArray(50000, 'x');
-            return writeFile(path, whole.left(2) + filler + whole.mid(2)) ? path : QString();
+            return writeFile(path, m_whole.left(2) + filler + m_whole.mid(2)) ? path : QString();
         }
         return QString();
     }
@@ -130,14 +129,15 @@ private slots:
     {
         QStandardPaths::setTestModeEnabled(true);
         QVERIFY(m_tmp.isValid());
-        const QList<Photo> north = flight("ne", {"--count", "6", "--lat", "47.3769", "--lon", "8.5417", "--alt", "520",
-                                                 "--no-gps", "1", "--zero-gps", "1"});
-        const QList<Photo> south = flight("sw", {"--count", "3", "--lat", "-22.9519", "--lon", "-43.2105", "--alt", "-380",
-                                                 "--agl", "60", "--seed", "7"});
+        const auto north = flight("ne", "--count 6 --lat 47.3769 --lon 8.5417 --alt 520 --no-gps 1 --zero-gps 1");
+        const auto south = flight("sw", "--count 3 --lat -22.9519 --lon -43.2105 --alt -380 --agl 60 --seed 7");
         QCOMPARE(north.size(), 6);
         QCOMPARE(south.size(), 3);
         m_photos = north + south;
         m_south = south.first();
+        m_whole = readFile(m_south.file);
+        m_exifEnd = exifSegmentEnd(m_whole);
+        QVERIFY(m_exifEnd > 0);
     }
 
     void positionsMatchTheFlight_data()
@@ -231,30 +231,24 @@ private slots:
 
     void everyCutInsideTheExifSegmentIsRejected()
     {
-        const QByteArray whole = readFile(m_south.file);
-        const int end = exifSegmentEnd(whole);
-        QVERIFY(end > 0);
         ExifGpsRecord rec;
-        for (int keep = 0; keep < end; ++keep) {
-            if (parse(whole, keep, rec) == ExifParseSuccess)
+        for (int keep = 0; keep < m_exifEnd; ++keep) {
+            if (parse(m_whole, keep, rec) == ExifParseSuccess)
                 QFAIL(qPrintable(QStringLiteral("a photo cut to %1 bytes parsed").arg(keep)));
         }
-        QCOMPARE(parse(whole, end, rec), int(ExifParseSuccess));
+        QCOMPARE(parse(m_whole, m_exifEnd, rec), int(ExifParseSuccess));
         QCOMPARE(rec.LatComponents.degrees, 22.0);
     }
 
     void corruptedBytesNeverCrashTheParser()
     {
         // The sanitizer build turns any out-of-bounds read into a failure here.
-        const QByteArray whole = readFile(m_south.file);
-        const int end = exifSegmentEnd(whole);
-        QVERIFY(end > 0);
         std::mt19937 rng(12345);
         int parsed = 0;
         for (int round = 0; round < 400; ++round) {
-            QByteArray damaged = whole.left(end);
+            QByteArray damaged = m_whole.left(m_exifEnd);
             for (int k = 0, hits = 1 + int(rng() % 8); k < hits; ++k)
-                damaged[int(rng() % unsigned(end))] = char(rng() & 0xFF);
+                damaged[int(rng() % unsigned(m_exifEnd))] = char(rng() & 0xFF);
             ExifGpsRecord rec;
             const int code = parse(damaged, damaged.size(), rec);
             QVERIFY(code >= ExifParseSuccess && code <= ExifParseNoMemory);
@@ -282,7 +276,7 @@ private slots:
         for (int i = 0; i < lines.size(); ++i) {
             const QList<QByteArray> f = lines[i].split(',');
             const Photo& photo = m_photos[i];
-            QVERIFY2(f.size() == 4 && QFileInfo(QString::fromUtf8(f[0])) == QFileInfo(photo.file), lines[i].constData());
+            QVERIFY2(f.size() == 4 && QFileInfo(QString(f[0])) == QFileInfo(photo.file), lines[i].constData());
             const bool gps = photo.kind == QLatin1String("gps");
             QVERIFY2(qAbs(f[1].toDouble() - (gps ? photo.lat : 0)) < 1e-7, lines[i].constData());
             QVERIFY2(qAbs(f[2].toDouble() - (gps ? photo.lon : 0)) < 1e-7, lines[i].constData());
