@@ -448,7 +448,13 @@ private:
         QTest::keyClicks(child<QLineEdit>("modelname_lineedit"), QStringLiteral("site"));
     }
     template <class T>
-    T* child(const char* name) const { return m_flyout->findChild<T*>(name); }
+    T* child(const char* name) const
+    {
+        T* w = m_flyout->findChild<T*>(QLatin1String(name));
+        if (!w)
+            qFatal("missing child %s", name); // a renamed widget says which, not a bare crash
+        return w;
+    }
     bool catalogueLoaded() const
     {
         auto* selector = child<CoordSysSelector>("coord_sys_selector");
