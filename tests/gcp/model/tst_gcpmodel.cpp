@@ -435,7 +435,8 @@ private slots:
                           "<images/><gcp x='2' y='3'/>") << "a|b" << "1 0 0 0" << "";
         QTest::newRow("truncated inside a marker drops it")
             << QByteArray("<surveydata><markers><marker name='a'><images/><gcp x='1'/></marker><marker name='b'>"
-                          "<images><image name='i' xpix") << "a" << "1 0 0 0" << "";
+                          "<images><image name='h' xpixel='7' ypixel='8'/><image name='i' xpix")
+            << "a" << "1 0 0 0" << "";
         QTest::newRow("second element not markers stops")
             << QByteArray("<surveydata><other/><markers><marker name='a'/></markers></surveydata>") << "" << "" << "";
         QTest::newRow("reading ends at the end of markers")
@@ -453,6 +454,8 @@ private slots:
 
         const ReadBack r = read(xml);
         QCOMPARE(::names(r.gcps).join('|'), names);
+        for (const QString& id : r.markers.keys()) // no photos filed under a dropped marker
+            QVERIFY(std::any_of(r.gcps.cbegin(), r.gcps.cend(), [&id](const GcpInfo& g) { return g.id == id; }));
         QCOMPARE(r.gcps.isEmpty(), first.isEmpty());
         if (r.gcps.isEmpty())
             return;
