@@ -51,6 +51,7 @@ private slots:
         // A file that only looks like a library, and one that is not looked at.
         QVERIFY(Zyn::TestSupport::writeFile(m_dir.filePath("libbroken.so"), QByteArray(4096, '\x7f')));
         QVERIFY(Zyn::TestSupport::writeFile(m_dir.filePath("README.txt"), QByteArray()));
+        QVERIFY(QFile::link(QStringLiteral(GOOD_PLUGIN_DIR), m_dir.filePath("good-link")));
     }
     void cleanupTestCase()
     {
@@ -76,8 +77,9 @@ private slots:
         QFETCH(QStringList, says);
         PluginManager plugins;
         QSignalSpy failed(&plugins, &PluginManager::pluginFailed);
-        // The good plug-in's folder named three ways: its file is loaded once.
-        const QStringList goodDirs{GOOD_PLUGIN_DIR, GOOD_PLUGIN_DIR "/.", GOOD_PLUGIN_DIR "/../plugins_good"};
+        // The good plug-in's folder named four ways, one through a link: its file is loaded once.
+        const QStringList goodDirs{GOOD_PLUGIN_DIR, GOOD_PLUGIN_DIR "/.", GOOD_PLUGIN_DIR "/../plugins_good",
+                                   m_dir.filePath("good-link")};
         plugins.setSearchPaths(dir.isEmpty() ? goodDirs : QStringList{dir} + goodDirs);
         QCOMPARE(plugins.loadAll(), 1);
         QCOMPARE(plugins.loadAll(), 0); // already loaded
