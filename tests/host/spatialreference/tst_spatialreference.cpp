@@ -280,6 +280,8 @@ private slots:
         QTest::newRow("letters") << E << "abc" << C << int(NotFound) << "";
         QTest::newRow("negative") << E << "-5" << C << int(NotFound) << "";
         QTest::newRow("same format code") << C << "EPSG:32633" << C << int(Success) << "EPSG:32633";
+        QTest::newRow("same format number") << E << "02056" << E << int(Success) << "2056";
+        QTest::newRow("zeros only") << E << "000" << C << int(Success) << "EPSG:0";
         QTest::newRow("unknown source format") << 7 << "EPSG:1" << E << int(Failure) << "";
         QTest::newRow("unknown target format") << C << "EPSG:1" << -1 << int(Failure) << "";
     }
