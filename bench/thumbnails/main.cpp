@@ -2,6 +2,7 @@
 // the scaled decode against the obvious peer (decode the whole photo, then
 // scale it), and against the floor of just reading the file's bytes.
 
+#include <make_drone_photos/ExifWriter.h>
 #include <utilities/Utilities.h>
 
 #include <QBuffer>
@@ -13,11 +14,7 @@
 #include <QPainter>
 #include <QTemporaryDir>
 
-#include <libexif/exif-data.h>
-
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <functional>
 
 namespace {
@@ -46,26 +43,12 @@ QImage syntheticPhoto(int width, int height)
     return image;
 }
 
+// The thumbnail embedded as cameras do, by the drone tool's EXIF writer.
 QByteArray withExifThumbnail(const QByteArray& jpeg, const QByteArray& thumbnail)
 {
-    ExifData* data = exif_data_new();
-    exif_data_set_byte_order(data, EXIF_BYTE_ORDER_INTEL);
-    exif_data_fix(data);
-    data->data = static_cast<unsigned char*>(malloc(size_t(thumbnail.size())));
-    memcpy(data->data, thumbnail.constData(), size_t(thumbnail.size()));
-    data->size = unsigned(thumbnail.size());
-    unsigned char* out = nullptr;
-    unsigned int size = 0;
-    exif_data_save_data(data, &out, &size);
-    const QByteArray exif(reinterpret_cast<const char*>(out), int(size));
-    free(out);
-    exif_data_unref(data);
-
-    QByteArray segment("\xFF\xE1", 2);
-    segment.append(char(((exif.size() + 2) >> 8) & 0xFF));
-    segment.append(char((exif.size() + 2) & 0xFF));
-    segment.append(exif);
-    return jpeg.left(2) + segment + jpeg.mid(2);
+    Zyn::Tools::PhotoExif exif;
+    exif.thumbnailJpeg = thumbnail;
+    return Zyn::Tools::spliceSegment(jpeg, Zyn::Tools::buildExifSegment(exif));
 }
 
 double msPerCall(int rounds, const std::function<bool()>& call)
