@@ -163,8 +163,7 @@ private slots:
             editor.setFiles(m_photos);
             editor.setSupportFilePath(scenes + QStringLiteral("/first/gcp_survey.xml"));
             editor.gcpInfoEditor()->setSurvey({point(QStringLiteral("A"), 500000, 5200000)}, {}, utm33());
-            editor.gcpInfoEditor()->markers()[QStringLiteral("A")]
-                << GcpMarker{QString(), m_photos.at(1), QPoint(33, 44), 1};
+            editor.gcpInfoEditor()->markers()["A"] << GcpMarker{QString(), m_photos.at(1), QPoint(33, 44), 1};
             editor.gcpInfoEditor()->addGcps({point(QStringLiteral("B"), 500010, 5200000)});
         } // closing the editor writes what is pending
         GcpEditor again;
@@ -190,8 +189,7 @@ private slots:
         editor.setFiles(m_photos);
         editor.setSupportFilePath(path);
         QCOMPARE(m_dialogs.size(), 1);
-        const QStringList aside =
-            QDir(QFileInfo(path).absolutePath()).entryList({QStringLiteral("gcp_survey.xml.damaged-*")});
+        const QStringList aside = QDir(QFileInfo(path).absolutePath()).entryList({"gcp_survey.xml.damaged-*"});
         QCOMPARE(aside.size(), 1);
         QVERIFY(m_dialogs.first().secondaryText.contains(aside.first()));
         // New work is saved again, beside the kept copy.

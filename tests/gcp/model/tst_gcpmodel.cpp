@@ -72,6 +72,16 @@ QStringList describeAll(const GcpList& gcps)
     return out;
 }
 
+GcpInfo makeGcp(const QString& name, double c1, double c2, double c3, bool checkpoint = false)
+{
+    GcpInfo gcp;
+    gcp.name = name;
+    gcp.coord1 = c1;
+    gcp.coord2 = c2;
+    gcp.coord3 = c3;
+    gcp.checkpoint = checkpoint;
+    return gcp;
+}
 
 // Three control points 100 m apart, each marked on three photos taken right
 // above them; the case then changes one thing.
@@ -83,11 +93,8 @@ GcpStatusInput baseSurvey(bool geographic)
                              : GcpCoordSysInfo(QStringLiteral("EPSG:32632"), QStringLiteral("WGS 84 / UTM zone 32N"),
                                                QStringLiteral("32632"), 1, QStringLiteral("WGS 84"), 0);
     for (int i = 0; i < 3; ++i) {
-        GcpInfo gcp;
-        gcp.name = QStringLiteral("P%1").arg(i);
-        gcp.coord1 = geographic ? 9.0 + i * 0.001 : 500000.0 + i * 100.0;
-        gcp.coord2 = geographic ? 47.0 : 5200000.0;
-        gcp.coord3 = 400.0;
+        const GcpInfo gcp = makeGcp(QStringLiteral("P%1").arg(i), geographic ? 9.0 + i * 0.001 : 500000.0 + i * 100.0,
+                                    geographic ? 47.0 : 5200000.0, 400.0);
         in.gcps << gcp;
         double lon = gcp.coord1, lat = gcp.coord2, h = gcp.coord3;
         Tarn::GIS::transformCoordToLL84(in.coordSys.code, lon, lat, h);
@@ -99,16 +106,6 @@ GcpStatusInput baseSurvey(bool geographic)
         }
     }
     return in;
-}
-GcpInfo makeGcp(const QString& name, double c1, double c2, double c3, bool checkpoint = false)
-{
-    GcpInfo gcp;
-    gcp.name = name;
-    gcp.coord1 = c1;
-    gcp.coord2 = c2;
-    gcp.coord3 = c3;
-    gcp.checkpoint = checkpoint;
-    return gcp;
 }
 
 GcpMarker makeMarker(const QString& image, int x, int y)
@@ -475,12 +472,10 @@ private slots:
         const ReadBack partial = read("<surveydata coordinatesystem='EPSG:2056' UNITCODE='x12' foo='bar'/>", preset);
         QCOMPARE(partial.cs.toText(), GcpCoordSysInfo("EPSG:2056", "keep", "1", 0, "D", 9).toText());
 
-        const ReadBack foreign = read("<other coordinatesystem='EPSG:2056'><markers/></other>", preset);
-        QCOMPARE(foreign.cs.toText(), preset.toText());
+        QCOMPARE(read("<other coordinatesystem='EPSG:2056'><markers/></other>", preset).cs.toText(), preset.toText());
 
         const ReadBack full = read("<surveydata coordinatesystem='' description='' epsgcode='' unitcode='-1' "
-                                   "datumid='' type='-1'/>",
-                                   preset);
+                                   "datumid='' type='-1'/>", preset);
         QCOMPARE(full.cs.toText(), GcpCoordSysInfo("", "", "", -1, "", -1).toText());
     }
 

@@ -300,9 +300,7 @@ private slots:
             QVERIFY(Zyn::TestSupport::writeFile(cut, Zyn::TestSupport::readFile(photos.at(1)).left(40000)));
             photos[1] = cut;
         } else if (fault == 2) {
-            QStringList args = kFlight;
-            args << QStringLiteral("--no-gps") << QStringLiteral("30");
-            photos = Zyn::TestSupport::makeDronePhotos(dir.path(), args).mid(0, 8);
+            photos = Zyn::TestSupport::makeDronePhotos(dir.path(), kFlight + QStringList{"--no-gps", "30"}).mid(0, 8);
         }
         const QPointF t = truth.value(QFileInfo(photos.first()).fileName());
         const GcpMarker mark{QString(), photos.first(), QPoint(int(t.x()), int(t.y())), 1};
