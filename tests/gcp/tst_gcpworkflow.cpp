@@ -36,11 +36,7 @@ using Zyn::AppCreate::GcpCoordSysInfo;
 using Zyn::TestSupport::sendMouse;
 
 namespace {
-GcpCoordSysInfo utm33()
-{
-    return GcpCoordSysInfo(QStringLiteral("EPSG:32633"), QStringLiteral("WGS 84 / UTM zone 33N"),
-                           QStringLiteral("32633"), 1, QStringLiteral("WGS 84"), 0);
-}
+const GcpCoordSysInfo kUtm33("EPSG:32633", "WGS 84 / UTM zone 33N", "32633", 1, "WGS 84", 0);
 
 GcpInfo point(const QString& name, double x, double y, double z = 350.25, bool checkpoint = false)
 {
@@ -88,7 +84,7 @@ private slots:
         m_dialogs.record();
         m_info.reset(new GcpInfoEditor);
         QVERIFY(Zyn::TestSupport::showExposed(m_info.data(), QSize(1280, 760)));
-        m_info->setSurvey({point("GCP1", 500000, 5200000), point("GCP2", 500100, 5200100)}, {}, utm33());
+        m_info->setSurvey({point("GCP1", 500000, 5200000), point("GCP2", 500100, 5200100)}, {}, kUtm33);
         m_table = m_info->findChild<QTableWidget*>(QStringLiteral("gcp_names_tableWidget"));
         QVERIFY(m_table);
         m_markers.clear();
@@ -129,7 +125,7 @@ private slots:
         // Start carries the points into the project, checkpoints kept apart.
         editor->gcpInfoEditor()->addGcps({point(QStringLiteral("T2"), 500100, 5200000),
                                           point(QStringLiteral("CP 1"), 500050, 5200050, 350.25, true)});
-        editor->gcpInfoEditor()->setCoordSys(utm33());
+        editor->gcpInfoEditor()->setCoordSys(kUtm33);
         MarkerMap& markers = editor->gcpInfoEditor()->markers();
         markers[QStringLiteral("T1")] << GcpMarker{QString(), m_photos.at(0), QPoint(120, 80), 1}
                                       << GcpMarker{QString(), m_photos.at(1), QPoint(121, 181), 1};
@@ -162,7 +158,7 @@ private slots:
             GcpEditor editor;
             editor.setFiles(m_photos);
             editor.setSupportFilePath(scenes + QStringLiteral("/first/gcp_survey.xml"));
-            editor.gcpInfoEditor()->setSurvey({point(QStringLiteral("A"), 500000, 5200000)}, {}, utm33());
+            editor.gcpInfoEditor()->setSurvey({point(QStringLiteral("A"), 500000, 5200000)}, {}, kUtm33);
             editor.gcpInfoEditor()->markers()["A"] << GcpMarker{QString(), m_photos.at(1), QPoint(33, 44), 1};
             editor.gcpInfoEditor()->addGcps({point(QStringLiteral("B"), 500010, 5200000)});
         } // closing the editor writes what is pending
@@ -353,7 +349,7 @@ private slots:
 
     void contextMenuOffersWhatFits()
     {
-        m_info->setSurvey({point("GCP1", 500000, 5200000), point("Far", 9e7, 9e7)}, {}, utm33());
+        m_info->setSurvey({point("GCP1", 500000, 5200000), point("Far", 9e7, 9e7)}, {}, kUtm33);
         const auto cell = [this](int row) { return m_table->visualItemRect(m_table->item(row, 0)).center(); };
         QCOMPARE(contextMenuAt(m_table, QPoint(10, m_table->viewport()->height() - 5)), QStringList{"Paste"});
         QCOMPARE(contextMenuAt(m_table, cell(1)), QStringList{"Navigate to (off)"});
@@ -515,8 +511,7 @@ private slots:
         m_marking->findChild<QCheckBox*>(QStringLiteral("checkBox_filterByGps"))->setChecked(true);
         QVERIFY(filtered.wait());
         QCOMPARE(filtered.first().at(0).toInt(), 0);
-        QCOMPARE(m_marking->findChild<QLabel*>(QStringLiteral("label_image_info"))->text(),
-                 QStringLiteral("Displaying images: 4 of 4"));
+        QCOMPARE(m_marking->findChild<QLabel*>("label_image_info")->text(), QString("Displaying images: 4 of 4"));
     }
 
     // Assisted marking on a generated flight: nothing becomes a marker without the surveyor's key or click.

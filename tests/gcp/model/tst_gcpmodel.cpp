@@ -48,12 +48,8 @@ Parsed parseOnce(GcpCopyFormatter& formatter)
 
 QString describe(const GcpInfo& g)
 {
-    return QStringLiteral("%1 %2 %3 %4 %5")
-        .arg(g.name)
-        .arg(g.coord1, 0, 'g', 17)
-        .arg(g.coord2, 0, 'g', 17)
-        .arg(g.coord3, 0, 'g', 17)
-        .arg(g.checkpoint ? "cp" : "-");
+    return QStringLiteral("%1 %2 %3 %4 %5").arg(g.name).arg(g.coord1, 0, 'g', 17).arg(g.coord2, 0, 'g', 17)
+        .arg(g.coord3, 0, 'g', 17).arg(g.checkpoint ? "cp" : "-");
 }
 
 QStringList names(const GcpList& gcps)
@@ -88,10 +84,8 @@ GcpInfo makeGcp(const QString& name, double c1, double c2, double c3, bool check
 GcpStatusInput baseSurvey(bool geographic)
 {
     GcpStatusInput in;
-    in.coordSys = geographic ? GcpCoordSysInfo(QStringLiteral("EPSG:4326"), QStringLiteral("WGS 84"),
-                                               QStringLiteral("4326"), 1001, QStringLiteral("WGS 84"), 2)
-                             : GcpCoordSysInfo(QStringLiteral("EPSG:32632"), QStringLiteral("WGS 84 / UTM zone 32N"),
-                                               QStringLiteral("32632"), 1, QStringLiteral("WGS 84"), 0);
+    in.coordSys = geographic ? GcpCoordSysInfo("EPSG:4326", "WGS 84", "4326", 1001, "WGS 84", 2)
+                             : GcpCoordSysInfo("EPSG:32632", "WGS 84 / UTM zone 32N", "32632", 1, "WGS 84", 0);
     for (int i = 0; i < 3; ++i) {
         const GcpInfo gcp = makeGcp(QStringLiteral("P%1").arg(i), geographic ? 9.0 + i * 0.001 : 500000.0 + i * 100.0,
                                     geographic ? 47.0 : 5200000.0, 400.0);
@@ -457,8 +451,7 @@ private slots:
         if (r.gcps.isEmpty())
             return;
         const GcpInfo& g = r.gcps.first();
-        QCOMPARE(QStringLiteral("%1 %2 %3 %4").arg(g.coord1).arg(g.coord2).arg(g.coord3).arg(int(g.checkpoint)),
-                 first);
+        QCOMPARE(QStringLiteral("%1 %2 %3 %4").arg(g.coord1).arg(g.coord2).arg(g.coord3).arg(int(g.checkpoint)), first);
         QStringList px;
         for (const GcpMarker& m : r.markers.value(g.id))
             px << QStringLiteral("%1,%2").arg(m.pixel.x()).arg(m.pixel.y());
