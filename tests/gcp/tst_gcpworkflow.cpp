@@ -123,8 +123,7 @@ private slots:
         QCOMPARE(command->gcpViewController()->getGcpEditor().data(), editor.data());
 
         // Start carries the points into the project, checkpoints kept apart.
-        editor->gcpInfoEditor()->addGcps({point(QStringLiteral("T2"), 500100, 5200000),
-                                          point(QStringLiteral("CP 1"), 500050, 5200050, 350.25, true)});
+        editor->gcpInfoEditor()->addGcps({point("T2", 500100, 5200000), point("CP 1", 500050, 5200050, 350.25, true)});
         editor->gcpInfoEditor()->setCoordSys(kUtm33);
         MarkerMap& markers = editor->gcpInfoEditor()->markers();
         markers[QStringLiteral("T1")] << GcpMarker{QString(), m_photos.at(0), QPoint(120, 80), 1}
@@ -600,8 +599,7 @@ private:
                 m_point = t.name;
         m_marking->setGeoCache(&m_cache);
         m_marking->setFiles(m_flight);
-        m_marking->setCoordSys(Zyn::AppCreate::GcpCoordSysInfo(m_truth.crs, m_truth.crs, m_truth.crs.mid(5), 1,
-                                                               QStringLiteral("WGS 84"), 0));
+        m_marking->setCoordSys(GcpCoordSysInfo(m_truth.crs, m_truth.crs, m_truth.crs.mid(5), 1, "WGS 84", 0));
         m_marking->setSelectedGcp(m_point);
         // The first photo in order that shows the point goes first.
         const QHash<QString, QPointF> truth = m_truth.pixelsOf(m_point);
