@@ -94,10 +94,7 @@ private slots:
         QCOMPARE(int(row.unit), unit);
         QCOMPARE(row.type, type);
         QCOMPARE(row.epsg, epsg);
-        if (datum == "-")
-            QVERIFY(row.datum.isEmpty());
-        else
-            QVERIFY2(row.datum.contains(datum), qPrintable(row.datum));
+        QVERIFY2(datum == "-" ? row.datum.isEmpty() : row.datum.contains(datum), qPrintable(row.datum));
     }
 
     void catalogueListsEarthsCurrentSystemsOnly()
@@ -294,8 +291,7 @@ private slots:
         QFETCH(QString, result);
         wchar_t buffer[64];
         std::fill(std::begin(buffer), std::end(buffer), L'#');
-        const std::wstring input = code.toStdWString();
-        QCOMPARE(int(FormatConverter::IdToId_s(from, input.c_str(), to, buffer, 64)), status);
+        QCOMPARE(int(FormatConverter::IdToId_s(from, code.toStdWString().c_str(), to, buffer, 64)), status);
         QCOMPARE(QString::fromWCharArray(buffer), result);
     }
 
