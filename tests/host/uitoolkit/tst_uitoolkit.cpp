@@ -22,15 +22,7 @@
 #include <memory>
 #include <vector>
 
-using Zyn::UiToolkit::IThumbnailItem;
-using Zyn::UiToolkit::LocalImageFileItem;
-using Zyn::UiToolkit::ThumbnailDelegate;
-using Zyn::UiToolkit::ThumbnailListModel;
-using Zyn::UiToolkit::ThumbnailLoader;
-using Zyn::UiToolkit::ThumbnailPlaceholder;
-using Zyn::UiToolkit::ThumbnailProxyModel;
-using Zyn::UiToolkit::ThumbnailView;
-using Zyn::UiToolkit::ZoomableImgWidget;
+using namespace Zyn::UiToolkit;
 using ItemPtr = QSharedPointer<IThumbnailItem>;
 
 namespace {
