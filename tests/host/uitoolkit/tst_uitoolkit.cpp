@@ -556,8 +556,7 @@ private slots:
         if (name == QLatin1String("broken.jpg"))
             QVERIFY(TestPhotos::writeCorrupt(path));
         ZoomableImgWidget w;
-        w.resize(300, 200);
-        w.show();
+        QVERIFY(showPhoto(w, QSize(300, 200))); // nothing of it may stay behind
         QSignalSpy failed(&w, &ZoomableImgWidget::imageFailed);
         w.loadImage(path);
         QTRY_COMPARE(failed.count(), 1);
