@@ -437,19 +437,17 @@ private slots:
         QTest::addColumn<QString>("click");
         QTest::addColumn<QStringList>("buttons");
         QTest::addColumn<int>("expected");
-        QTest::newRow("ok") << int(TaskDialog::OkButton) << "ok_button" << QStringList{"ok_button"}
-                            << int(TaskDialog::Ok);
-        QTest::newRow("cancel") << int(TaskDialog::OkCancelButtons) << "cancel_button"
-                                << QStringList{"cancel_button", "ok_button"} << int(TaskDialog::Cancel);
-        QTest::newRow("yes") << int(TaskDialog::YesNoButtons) << "yes_button"
-                             << QStringList{"no_button", "yes_button"} << int(TaskDialog::Yes);
-        QTest::newRow("no") << int(TaskDialog::YesNoCancelButtons) << "no_button"
-                            << QStringList{"cancel_button", "no_button", "yes_button"} << int(TaskDialog::No);
+        const auto row = [](const char* name, int set, const char* click, const QStringList& buttons, int answer) {
+            QTest::newRow(name) << set << QString(click) << buttons << answer;
+        };
+        row("ok", TaskDialog::OkButton, "ok_button", {"ok_button"}, TaskDialog::Ok);
+        row("cancel", TaskDialog::OkCancelButtons, "cancel_button", {"cancel_button", "ok_button"}, TaskDialog::Cancel);
+        row("yes", TaskDialog::YesNoButtons, "yes_button", {"no_button", "yes_button"}, TaskDialog::Yes);
+        row("no", TaskDialog::YesNoCancelButtons, "no_button", {"cancel_button", "no_button", "yes_button"},
+            TaskDialog::No);
         // Without icon buttons the dialog still offers a way out.
-        QTest::newRow("nothing to click") << int(TaskDialog::IconButtonsOnly) << "ok_button"
-                                          << QStringList{"ok_button"} << int(TaskDialog::Ok);
-        QTest::newRow("escape") << int(TaskDialog::YesNoButtons) << "" << QStringList{"no_button", "yes_button"}
-                                << int(TaskDialog::Rejected);
+        row("nothing to click", TaskDialog::IconButtonsOnly, "ok_button", {"ok_button"}, TaskDialog::Ok);
+        row("escape", TaskDialog::YesNoButtons, "", {"no_button", "yes_button"}, TaskDialog::Rejected);
     }
     void buttonSetsAnswerTheirButton()
     {
