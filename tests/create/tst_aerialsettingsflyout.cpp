@@ -119,7 +119,6 @@ private slots:
         }
         QCOMPARE(m_dialogs.size(), 1);
         const TaskDialog::Request& r = m_dialogs.constFirst();
-        // Kind, texts, buttons and icon buttons.
         QCOMPARE(std::make_tuple(int(r.kind), r.mainText, r.secondaryText, r.buttonSet, r.iconButtons.size()),
                  std::make_tuple(int(TaskDialog::Error), mainText, secondaryText, int(TaskDialog::OkButton), 0));
         QCOMPARE(r.parent.data(), static_cast<QWidget*>(m_flyout.data()));
