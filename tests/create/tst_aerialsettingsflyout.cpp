@@ -19,6 +19,7 @@
 
 #include <memory>
 
+#include <TestPhotos.h>
 #include <support/TestSupport.h>
 
 using namespace Zyn::AppCreate;
@@ -430,11 +431,7 @@ private:
     void addPhoto()
     {
         const QString path = m_dir.filePath(QStringLiteral("photo.jpg"));
-        if (!QFile::exists(path)) {
-            QImage image(64, 48, QImage::Format_RGB32);
-            image.fill(Qt::darkGreen);
-            QVERIFY(image.save(path, "JPG"));
-        }
+        QVERIFY(TestPhotos::writePlain(path));
         QCOMPARE(m_canvas->addFiles({path}).size(), 1);
         QCOMPARE(m_state->selectedFileCount(), 1);
     }
