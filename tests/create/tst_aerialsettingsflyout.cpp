@@ -189,7 +189,6 @@ private slots:
         m_flyout->show();
         QVERIFY(!spin->isEnabled());
         QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
-        QVERIFY(ortho->isChecked());
         QVERIFY(spin->isEnabled());
         QTest::mouseClick(ortho, Qt::LeftButton, {}, QPoint(6, ortho->height() / 2));
         QVERIFY(!spin->isEnabled());
@@ -423,7 +422,6 @@ private slots:
         m_flyout->show();
         delete m_flyout.data();
         QVERIFY(KeelCore::waitForIdle());
-        QVERIFY(m_flyout.isNull());
         QVERIFY(m_dialogs.isEmpty());
     }
 
