@@ -86,8 +86,6 @@ private slots:
         selector.setDefaultGpsCoordSys(QStringLiteral("EPSG:0"));
         selector.setDefaultGpsCoordSys(QString());
         QCOMPARE(selector.defaultGpsCoordSys().code, QStringLiteral("EPSG:32633"));
-        selector.reset();
-        QCOMPARE(selector.getCoordSysId(), QStringLiteral("EPSG:32633"));
 
         QCOMPARE(browse([&] { selector.on_button_browse_clicked(); }, selector.dialog(),
                         [](CoordSysDialog* d) { chooseAndConfirm(d, "EPSG:2154"); }), 1);
