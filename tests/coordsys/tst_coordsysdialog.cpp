@@ -302,15 +302,13 @@ private slots:
         // A click on the EPSG header sorts by number; systems without one last.
         QHeaderView* header = table->horizontalHeader();
         const QPoint epsgSection(header->sectionViewportPosition(2) + 5, header->height() / 2);
-        QTest::mousePress(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
-        QTest::mouseRelease(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
         for (int row = 1; row < table->rowCount(); ++row) {
             const QString before = table->item(row - 1, 2)->text(), here = table->item(row, 2)->text();
             QVERIFY(here.isEmpty() || (!before.isEmpty() && before.toLongLong() <= here.toLongLong()));
         }
         // A second click reverses the order.
-        QTest::mousePress(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
-        QTest::mouseRelease(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
+        QTest::mouseClick(header->viewport(), Qt::LeftButton, Qt::NoModifier, epsgSection);
         QList<qlonglong> numbers;
         for (int row = 0; row < table->rowCount(); ++row)
             if (!table->item(row, 2)->text().isEmpty())

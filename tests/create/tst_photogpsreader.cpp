@@ -1,3 +1,4 @@
+#include <TestPhotos.h>
 #include <create/PhotoGpsReader.h>
 #include <support/TestSupport.h>
 
@@ -207,12 +208,8 @@ private slots:
     {
         QTest::addColumn<QByteArray>("bytes");
         QTest::addColumn<int>("code");
-        QImage image(64, 48, QImage::Format_RGB32);
-        image.fill(Qt::darkGreen);
-        QByteArray plain;
-        QBuffer buffer(&plain);
-        buffer.open(QIODevice::WriteOnly);
-        image.save(&buffer, "JPG");
+        const QString plainFile = m_tmp.filePath(QStringLiteral("plain.jpg"));
+        const QByteArray plain = TestPhotos::writePlain(plainFile) ? readFile(plainFile) : QByteArray();
         QTest::newRow("nothing") << QByteArray() << int(ExifParseNoJpeg);
         QTest::newRow("text") << QByteArray("file,lat,lon\nnot,a,photo\n") << int(ExifParseNoJpeg);
         QTest::newRow("JPEG without EXIF") << plain << int(ExifParseNoExif);
