@@ -19,6 +19,8 @@
 #include <QtTest>
 #include <QtWidgets>
 
+#include <tuple>
+
 #include <support/TestSupport.h>
 
 using namespace Zyn::AppCreate;
@@ -37,20 +39,13 @@ public:
     void GetSettings(bool& mesh, bool& pointCloud, bool& orthoMap, float& pixelSizeMeters,
                      QString& coordSysId) const override
     {
-        mesh = settings.mesh;
-        pointCloud = settings.pointCloud;
-        orthoMap = settings.orthoMap;
-        pixelSizeMeters = settings.pixelSize;
-        coordSysId = settings.coordSys;
+        std::tie(mesh, pointCloud, orthoMap, pixelSizeMeters, coordSysId) = settings;
     }
 
     void setModelName(const QString& name) { m_modelName = name; }
 
-    struct Settings {
-        bool mesh, pointCloud, orthoMap;
-        float pixelSize;
-        QString coordSys;
-    } settings{true, false, false, 0.01f, QStringLiteral("LL84")};
+    // Mesh, point cloud, ortho map, pixel size in metres, coordinate system.
+    std::tuple<bool, bool, bool, float, QString> settings{true, false, false, 0.01f, QStringLiteral("LL84")};
 };
 
 class ExtraCommand : public Zyn::UiBase::CommandBase {
@@ -183,8 +178,7 @@ private slots:
         QCOMPARE(canvas->addFiles(m_photos.mid(0, 2)), m_photos.mid(0, 2));
         QCOMPARE(added.count(), 1);
         QCOMPARE(added.at(0).at(0).toStringList(), m_photos.mid(0, 2));
-        QCOMPARE(observer.lists.size(), 1);
-        QCOMPARE(observer.lists.last(), m_photos.mid(0, 2));
+        QCOMPARE(observer.lists, QList<QStringList>({m_photos.mid(0, 2)}));
 
         canvas->addFiles({m_photos.at(2)});
         QCOMPARE(observer.lists.last(), m_photos);
