@@ -187,7 +187,6 @@ private slots:
 
         canvas->removeFiles({m_photos.at(0)});
         QCOMPARE(observer.lists.last(), m_photos.mid(1));
-        QCOMPARE(vc->getLocalFilesToUpload(), m_photos.mid(1));
     }
     void createFlowWritesTheProjectWithTheFlyoutSettings()
     {
