@@ -218,9 +218,7 @@ private slots:
         QCOMPARE(m.value("outputs").toObject().value("pointCloud").toBool(), true);
         QCOMPARE(m.value("pixelSizeMeters").toDouble(), 0.05);
         QCOMPARE(m.value("coordinateSystem").toObject().value("code").toString(), QStringLiteral("EPSG:32633"));
-        const QJsonArray photos = m.value("photos").toArray();
-        QCOMPARE(photos.size(), 2);
-        QCOMPARE(photos.at(1).toObject().value("path").toString(), m_photos.at(2));
+        QCOMPARE(m.value("photos").toArray().at(1).toObject().value("path").toString(), m_photos.at(2));
         // The GCP support file of this scene, in the hidden support folder.
         const QString support = m.value("gcp").toObject().value("supportFile").toString();
         QCOMPARE(support, vc->stateAtLoad->getPhotoSceneData()->getSupportFilePath(QStringLiteral("gcp_survey.xml")));

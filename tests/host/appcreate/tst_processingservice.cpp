@@ -173,7 +173,6 @@ private slots:
         QVERIFY(QDir(root).mkpath("Taken") && writeFile(root + QStringLiteral("/Taken/project.json"), kept));
 
         ProjectRequest request = this->request("Taken", {"ne.jpg"});
-        QVERIFY(m_service->projectExists(QStringLiteral("Taken")));
         QSignalSpy changed(m_service, &ProcessingService::projectsChanged);
         QString folder, error;
         QVERIFY(!m_service->submitProject(request, &folder, &error));
