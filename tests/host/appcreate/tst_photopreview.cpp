@@ -166,7 +166,6 @@ private slots:
         QCOMPARE(added.first().first().toStringList(), expected);
         QVERIFY(selection.count() >= 1);
         QVERIFY(canvas.noticeText().isEmpty());
-        QCOMPARE(canvas.selectedFileCount(), 6);
         QCOMPARE(countText(canvas), QString("6 photos, 6 included"));
         // Display order is by name, numbers by value.
         QCOMPARE(canvas.getFiles(),
@@ -175,8 +174,6 @@ private slots:
         QCOMPARE(canvas.getSelectedFiles(), canvas.getFiles());
 
         QTRY_COMPARE(countInState(canvas, IThumbnailItem::Ready), 6);
-        QCOMPARE(canvas.getThumbnailData().size(), 6);
-        QVERIFY(button(canvas, "create_button")->isEnabled());
 
         // Cancelling the dialog changes nothing.
         FileDialog::setHandler([](const FileDialog::Request&) { return QStringList(); });
