@@ -178,12 +178,11 @@ private slots:
         QCOMPARE(canvas->addFiles(m_photos.mid(0, 2)), m_photos.mid(0, 2));
         QCOMPARE(added.count(), 1);
         QCOMPARE(added.at(0).at(0).toStringList(), m_photos.mid(0, 2));
-        QCOMPARE(observer.lists, QList<QStringList>({m_photos.mid(0, 2)}));
+        QCOMPARE(observer.lists.size(), 1);
+        QCOMPARE(observer.lists.last(), m_photos.mid(0, 2));
 
         canvas->addFiles({m_photos.at(2)});
         QCOMPARE(observer.lists.last(), m_photos);
-        QCOMPARE(vc->getFiles(), m_photos);
-        QCOMPARE(vc->stateAtLoad->selectedFileCount(), 3);
 
         canvas->removeFiles({m_photos.at(0)});
         QCOMPARE(observer.lists.last(), m_photos.mid(1));
