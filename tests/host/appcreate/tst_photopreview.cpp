@@ -218,7 +218,6 @@ private slots:
                              at("flight/sub/deeper/IMG_3.jpg"), at("loose/nothing_here.jpg")});
         QCOMPARE(second, QStringList({at("flight/sub/deeper/IMG_3.jpg")}));
         QCOMPARE(canvas.noticeText(), QString("Skipped: 2 already added, 1 not found"));
-        QCOMPARE(added.count(), 2);
         // A batch with nothing new emits nothing.
         QVERIFY(canvas.addFiles({at("loose/single1.jpg")}).isEmpty());
         QCOMPARE(added.count(), 2);
