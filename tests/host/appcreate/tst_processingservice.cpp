@@ -104,11 +104,9 @@ private slots:
 
         ProjectRequest request{"Alps_01", photos({"ne.jpg", "sw.jpg"}), true, false, true, 0.07f, "EPSG:32632",
                                gcpFile};
-        QSignalSpy changed(m_service, &ProcessingService::projectsChanged);
         QString folder, error;
         QVERIFY2(m_service->submitProject(request, &folder, &error), qPrintable(error));
         QCOMPARE(folder, ProcessingService::projectsDirectory() + QStringLiteral("/Alps_01"));
-        QCOMPARE(changed.count(), 1);
 
         const QJsonObject m = manifestOf(folder);
         QVERIFY(QDateTime::fromString(m.value("created").toString(), Qt::ISODateWithMs).isValid());
@@ -173,7 +171,6 @@ private slots:
         QVERIFY(QDir(root).mkpath("Taken") && writeFile(root + QStringLiteral("/Taken/project.json"), kept));
 
         ProjectRequest request = this->request("Taken", {"ne.jpg"});
-        QVERIFY(m_service->projectExists(QStringLiteral("Taken")));
         QSignalSpy changed(m_service, &ProcessingService::projectsChanged);
         QString folder, error;
         QVERIFY(!m_service->submitProject(request, &folder, &error));
