@@ -328,6 +328,7 @@ private slots:
             expected << files.at(row.toInt());
         QCOMPARE(canvas.getSelectedFiles(), expected);
         QCOMPARE(countText(canvas), QString("4 photos, %1 included").arg(expected.size()));
+        QCOMPARE(qMakePair(canvas.fileCount(), canvas.selectedFileCount()), qMakePair(4, int(expected.size())));
         QCOMPARE(canvas.highlightedFiles(), highlighted);
         act();
         QCOMPARE(canvas.getSelectedFiles(), files);
