@@ -103,19 +103,18 @@ void AssistBar::update()
 {
     const int waiting = m_suggester && !m_point.isEmpty() ? m_suggester->suggestedPhotos(m_point).size() : 0;
     const int above = m_suggester && !m_point.isEmpty() ? m_suggester->countAbove(m_point, m_score->value()) : 0;
+    const QString waits = waiting == 1 ? tr("1 suggestion waits") : tr("%1 suggestions wait").arg(waiting);
     QString text;
-    // The suggestions found so far stay usable while a search runs again.
-    if (m_total > 0 && waiting == 1)
-        text = tr("Searching the photos: %1 of %2 · 1 suggestion waits").arg(m_done).arg(m_total);
-    else if (m_total > 0 && waiting > 1)
-        text = tr("Searching the photos: %1 of %2 · %3 suggestions wait").arg(m_done).arg(m_total).arg(waiting);
-    else if (m_total > 0)
+    if (m_total > 0) {
         text = tr("Searching the photos: %1 of %2").arg(m_done).arg(m_total);
-    else if (waiting > 0 && m_compact)
-        text = waiting == 1 ? tr("1 suggestion waits: Enter accepts, Delete rejects")
-                            : tr("%1 suggestions wait: Enter accepts, Delete rejects").arg(waiting);
-    else if (waiting > 0)
-        text = waiting == 1 ? tr("1 suggestion waits") : tr("%1 suggestions wait").arg(waiting);
+        // The suggestions found so far stay usable while a search runs again.
+        if (waiting > 0)
+            text += QStringLiteral(" · ") + waits;
+    } else if (waiting > 0 && m_compact) {
+        text = waits + tr(": Enter accepts, Delete rejects");
+    } else if (waiting > 0) {
+        text = waits;
+    }
     m_status->setText(text);
     m_status->setToolTip(text);
     m_cancel->setVisible(m_total > 0);

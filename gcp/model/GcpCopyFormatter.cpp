@@ -315,8 +315,8 @@ QString copiedNameCell(QString name)
     };
     QString doubled = name;
     doubled.replace(QLatin1Char('"'), QLatin1String("\"\""));
-    const QString forms[] = {name, QLatin1Char('"') + name + QLatin1Char('"'), QLatin1Char('"') + doubled + QLatin1Char('"'),
-                             QLatin1Char('\'') + name + QLatin1Char('\'')};
+    const QString forms[] = {name, QLatin1Char('"') + name + QLatin1Char('"'),
+                             QLatin1Char('"') + doubled + QLatin1Char('"'), QLatin1Char('\'') + name + QLatin1Char('\'')};
     for (const QString& cell : forms) {
         if (readsAs(cell, name))
             return cell;
