@@ -5,7 +5,6 @@
 // photos added.
 
 #include <create/AerialCreateViewController.h>
-#include <create/AerialSettingsFlyout.h>
 
 #include <appcreate/MainState.h>
 #include <appcreate/PhotoPreview.h>
@@ -183,15 +182,6 @@ private slots:
         m_controller->getCoordSysFromLastImage();
         QVERIFY(m_dialogs.isEmpty());
         QCOMPARE(selector()->defaultGpsCoordSys().code, zone);
-        if (zone.isEmpty())
-            return;
-        // Until the user chooses, the flyout proposes it.
-        bool m, pc, om;
-        float px;
-        QString cs;
-        canvas()->getFlyout()->show();
-        qobject_cast<AerialSettingsFlyout*>(canvas()->getFlyout())->GetSettings(m, pc, om, px, cs);
-        QCOMPARE(cs, zone);
     }
     void flyoutStaysBesideTheCanvas_data()
     {

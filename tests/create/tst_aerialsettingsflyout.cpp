@@ -243,6 +243,7 @@ private slots:
         QTRY_VERIFY(m && pc && om);
         QCOMPARE(spin->text(), QString::number(shown));
         QCOMPARE(qRound(px * 100), shown);
+        QCOMPARE(cs, QStringLiteral("EPSG:32633")); // the zone proposed, as the user chose none
     }
     void startSaysWhichPhotosAreLeftOut_data()
     {
