@@ -111,7 +111,7 @@ void AssistBar::update()
         if (waiting > 0)
             text += QStringLiteral(" · ") + waits;
     } else if (waiting > 0 && m_compact) {
-        text = waits + tr(": Enter accepts, Delete rejects");
+        text = tr("%1: Enter accepts, Delete rejects").arg(waits);
     } else if (waiting > 0) {
         text = waits;
     }

@@ -2,31 +2,21 @@
 // the scaled decode against the obvious peer (decode the whole photo, then
 // scale it), and against the floor of just reading the file's bytes.
 
+#include <TestPhotos.h>
 #include <make_drone_photos/ExifWriter.h>
 #include <utilities/Utilities.h>
 
-#include <QBuffer>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QGuiApplication>
 #include <QImage>
 #include <QImageReader>
-#include <QPainter>
 #include <QTemporaryDir>
 
 #include <cstdio>
 #include <functional>
 
 namespace {
-
-QByteArray encodeJpeg(const QImage& image, int quality)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPEG", quality);
-    return bytes;
-}
 
 // A drone-photo-like picture: gradients and texture, so the JPEG is as
 // costly to decode as a real one of that size.
@@ -76,8 +66,9 @@ int main(int argc, char** argv)
     const QSize photoSize(4000, 3000);
     const QSize box(160, 160);
     const QImage photo = syntheticPhoto(photoSize.width(), photoSize.height());
-    const QByteArray jpeg = encodeJpeg(photo, 90);
-    const QByteArray thumb = encodeJpeg(photo.scaled(160, 120, Qt::KeepAspectRatio, Qt::SmoothTransformation), 85);
+    const QByteArray jpeg = TestPhotos::encodeJpeg(photo, 90);
+    const QByteArray thumb =
+        TestPhotos::encodeJpeg(photo.scaled(160, 120, Qt::KeepAspectRatio, Qt::SmoothTransformation), 85);
 
     const QString withThumb = dir.filePath("with_thumbnail.jpg");
     const QString plain = dir.filePath("plain.jpg");

@@ -9,10 +9,7 @@
 
 namespace TestPhotos {
 
-namespace {
-
-// Empty when the image cannot be encoded.
-QByteArray encode(const QImage& image, int quality)
+QByteArray encodeJpeg(const QImage& image, int quality)
 {
     QByteArray jpeg;
     QBuffer buffer(&jpeg);
@@ -20,6 +17,8 @@ QByteArray encode(const QImage& image, int quality)
     image.save(&buffer, "JPEG", quality);
     return jpeg;
 }
+
+namespace {
 
 bool writeFile(const QString& path, const QByteArray& bytes)
 {
@@ -30,7 +29,7 @@ bool writeFile(const QString& path, const QByteArray& bytes)
 // The drone tool's EXIF writer puts the segment where cameras do.
 bool writeWithExif(const QString& path, const QImage& image, const Zyn::Tools::PhotoExif& exif, int quality = 85)
 {
-    return writeFile(path, Zyn::Tools::spliceSegment(encode(image, quality), Zyn::Tools::buildExifSegment(exif)));
+    return writeFile(path, Zyn::Tools::spliceSegment(encodeJpeg(image, quality), Zyn::Tools::buildExifSegment(exif)));
 }
 
 Zyn::Tools::PhotoExif cameraExif()
@@ -69,9 +68,9 @@ QImage makePicture(const QSize& size, int seed, const QColor& tint)
 bool writeJpeg(const QString& path, const QImage& image, const QImage& thumbnail, int quality)
 {
     if (thumbnail.isNull())
-        return writeFile(path, encode(image, quality));
+        return writeFile(path, encodeJpeg(image, quality));
     Zyn::Tools::PhotoExif exif;
-    exif.thumbnailJpeg = encode(thumbnail, 80);
+    exif.thumbnailJpeg = encodeJpeg(thumbnail, 80);
     return writeWithExif(path, image, exif, quality);
 }
 
@@ -105,7 +104,7 @@ bool writeWithoutGps(const QString& path, int seed)
 
 bool writePlain(const QString& path, int seed)
 {
-    return writeFile(path, encode(makePicture(QSize(64, 48), seed), 85));
+    return writeFile(path, encodeJpeg(makePicture(QSize(64, 48), seed), 85));
 }
 
 } // namespace TestPhotos

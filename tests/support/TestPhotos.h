@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QByteArray>
 #include <QColor>
 #include <QImage>
 #include <QSize>
@@ -11,6 +12,9 @@ namespace TestPhotos {
 
 // A photo-like picture (sky, ground, a few shapes) varying with seed.
 QImage makePicture(const QSize& size, int seed, const QColor& tint = QColor());
+
+// The JPEG bytes of image; empty when it cannot be encoded.
+QByteArray encodeJpeg(const QImage& image, int quality = 85);
 
 // Encodes image as JPEG; when thumbnail is not null it is embedded as the
 // EXIF thumbnail (as cameras do). False on any write failure.

@@ -4,6 +4,7 @@
 #include <utilities/Xml.h>
 
 #include <make_drone_photos/ExifWriter.h>
+#include <TestPhotos.h>
 #include <support/TestSupport.h>
 
 #include <QtGui>
@@ -16,14 +17,6 @@
 using namespace Zyn::Utilities;
 
 namespace {
-
-QByteArray encodeJpeg(const QImage& image)
-{
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "JPEG", 90);
-    return buffer.data();
-}
 
 QImage solid(const QSize& size, Qt::GlobalColor color)
 {
@@ -39,7 +32,7 @@ QByteArray jpegWithExif(const QImage& main, const QByteArray& thumbnail, int ori
     Zyn::Tools::PhotoExif exif;
     exif.orientation = orientation;
     exif.thumbnailJpeg = thumbnail;
-    return Zyn::Tools::spliceSegment(encodeJpeg(main), Zyn::Tools::buildExifSegment(exif));
+    return Zyn::Tools::spliceSegment(TestPhotos::encodeJpeg(main), Zyn::Tools::buildExifSegment(exif));
 }
 
 bool isMostly(const QImage& image, Qt::GlobalColor color)
@@ -201,10 +194,10 @@ private slots:
         const Qt::GlobalColor colour = orientation < 0 ? Qt::green : Qt::red;
         const QImage main = solid(photo, colour);
         const QByteArray thumb = embedded == QSize(1, 1) ? QByteArray(5000, '\x5A')
-                                 : embedded.isValid()    ? encodeJpeg(solid(embedded, Qt::blue))
+                                 : embedded.isValid()    ? TestPhotos::encodeJpeg(solid(embedded, Qt::blue))
                                                          : QByteArray();
-        const QString path = write(QStringLiteral("%1.jpg").arg(QTest::currentDataTag()),
-                                   orientation < 0 ? encodeJpeg(main) : jpegWithExif(main, thumb, orientation));
+        const QByteArray jpeg = orientation < 0 ? TestPhotos::encodeJpeg(main) : jpegWithExif(main, thumb, orientation);
+        const QString path = write(QStringLiteral("%1.jpg").arg(QTest::currentDataTag()), jpeg);
         const QImage got = loadThumbnail(path, box);
         QCOMPARE(got.size(), expected);
         QVERIFY(isMostly(got, fromEmbedded ? Qt::blue : colour));
@@ -228,9 +221,9 @@ private slots:
 
     void thumbnailsLoadOnSeveralThreadsAtOnce()
     {
-        const QByteArray thumb = encodeJpeg(solid({160, 120}, Qt::blue));
+        const QByteArray thumb = TestPhotos::encodeJpeg(solid({160, 120}, Qt::blue));
         const QString a = write("ta.jpg", jpegWithExif(solid({640, 480}, Qt::red), thumb, 0));
-        const QString b = write("tb.jpg", encodeJpeg(solid({640, 480}, Qt::green)));
+        const QString b = write("tb.jpg", TestPhotos::encodeJpeg(solid({640, 480}, Qt::green)));
         std::atomic<int> good{0};
         std::vector<std::thread> threads;
         for (int t = 0; t < 4; ++t) {
